@@ -1,0 +1,32 @@
+# Flags for all code of the project, carried by the target rasterkit_compiler.
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g -fno-omit-frame-pointer")
+
+add_library(rasterkit_compiler INTERFACE)
+target_compile_features(rasterkit_compiler INTERFACE cxx_std_20)
+
+# The same bytes everywhere: no product and sum may be contracted into one rounding. Nobody reads floating-point exceptions or
+# errno here, and allowing for them would keep loops from being vectorised.
+target_compile_options(rasterkit_compiler INTERFACE -ffp-contract=off -fno-trapping-math -fno-math-errno)
+
+target_compile_options(rasterkit_compiler INTERFACE -Wall -Wextra -Wpedantic -Wfloat-conversion -Wundef -Wvla -Wno-missing-field-initializers)
+if(RASTERKIT_WERROR)
+  target_compile_options(rasterkit_compiler INTERFACE -Werror)
+endif()
+
+if(RASTERKIT_SANITIZE)
+  string(REPLACE ";" "," sanitizers "${RASTERKIT_SANITIZE}")
+  target_compile_options(rasterkit_compiler INTERFACE -fsanitize=${sanitizers} -fno-sanitize-recover=all)
+  target_link_options(rasterkit_compiler INTERFACE -fsanitize=${sanitizers})
+endif()
+
+if(WIN32)
+  # The Windows stack is aligned to 16 bytes only, so vectors on it must be moved as unaligned ones.
+  target_compile_options(rasterkit_compiler INTERFACE -Wa,-muse-unaligned-vector-move)
+  target_link_options(rasterkit_compiler INTERFACE -static -static-libgcc -static-libstdc++)
+endif()

@@ -1,0 +1,56 @@
+# Processor levels: each kernel file is compiled once for each, in a namespace of the level's name.
+
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+  set(RASTERKIT_PROCESSOR x86)
+  set(levels baseline v2 v3 v4)
+else()
+  set(RASTERKIT_PROCESSOR other)
+  set(levels baseline)
+endif()
+if(RASTERKIT_LEVELS)
+  set(levels ${RASTERKIT_LEVELS})
+endif()
+
+set(options_baseline "")
+set(options_v2 -march=x86-64-v2)
+set(options_v3 -march=x86-64-v3)
+set(options_v4 -march=x86-64-v4 -mprefer-vector-width=512)
+set(options_vbmi ${options_v4} -mavx512vbmi)
+
+set(each_level "")
+foreach(level ${levels})
+  string(APPEND each_level " do(${level} __VA_OPT__(, ) __VA_ARGS__)")
+endforeach()
+if(RASTERKIT_PROCESSOR STREQUAL x86 AND "v4" IN_LIST levels)
+  set(has_vbmi 1)
+else()
+  set(has_vbmi 0)
+endif()
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/generated/rasterkit_levels.h CONTENT
+"#pragma once
+#define RASTERKIT_EACH_LEVEL(do, ...)@each_level@
+#define RASTERKIT_HAS_VBMI @has_vbmi@
+" @ONLY)
+
+# One object library a level; adds their objects to RASTERKIT_OBJECTS.
+function(rasterkit_add_kernels)
+  set(objects ${RASTERKIT_OBJECTS})
+  set(kernel_levels ${levels})
+  if(has_vbmi AND RASTERKIT_VBMI_SOURCES)
+    list(APPEND kernel_levels vbmi)
+  endif()
+  foreach(level ${kernel_levels})
+    set(sources ${RASTERKIT_KERNEL_SOURCES})
+    if(level STREQUAL vbmi)
+      set(sources ${RASTERKIT_VBMI_SOURCES})
+    endif()
+    add_library(rasterkit_kernels_${level} OBJECT ${sources})
+    target_include_directories(rasterkit_kernels_${level} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
+    target_compile_definitions(rasterkit_kernels_${level} PRIVATE RASTERKIT_LEVEL=${level})
+    target_compile_options(rasterkit_kernels_${level} PRIVATE -fno-exceptions -fno-rtti ${options_${level}})
+    target_link_libraries(rasterkit_kernels_${level} PRIVATE rasterkit_compiler)
+    set_target_properties(rasterkit_kernels_${level} PROPERTIES INTERPROCEDURAL_OPTIMIZATION OFF)
+    list(APPEND objects $<TARGET_OBJECTS:rasterkit_kernels_${level}>)
+  endforeach()
+  set(RASTERKIT_OBJECTS ${objects} PARENT_SCOPE)
+endfunction()

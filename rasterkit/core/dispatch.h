@@ -1,0 +1,66 @@
+#pragma once
+// From an image's bits a sample to a template over its sample type: the one place where they are compared.
+
+#include "rasterkit/core/view.h"
+
+namespace rasterkit {
+
+enum class SampleClass { none, byte, word, real };
+
+inline SampleClass sampleClass(int bits) {
+  return bits <= 8    ? SampleClass::byte
+         : bits <= 16 ? SampleClass::word
+         : bits <= 32 ? SampleClass::real
+                      : SampleClass::none;
+}
+
+// Calls f with a value of the sample type: f.template operator()<S>(). 0 beyond 32 bits a sample.
+template <class F>
+int bySampleType(int bits, F f) {
+  switch (sampleClass(bits)) {
+    case SampleClass::byte: return f.template operator()<std::uint8_t>();
+    case SampleClass::word: return f.template operator()<std::uint16_t>();
+    case SampleClass::real: return f.template operator()<float>();
+    case SampleClass::none: break;
+  }
+  return 0;
+}
+
+// f(View<const S>, View<S>) over the rows of both images, which have the same sample class; their result.
+template <class F>
+int bySample(const CPxImage& source, CPxImage& dst, int channels, F f) {
+  return bySampleType(source.bitsPerSample,
+                      [&]<class S>() { return f(viewOf<S>(source, channels), viewOf<S>(dst, channels)); });
+}
+template <class F>
+int bySample(const CPxImage& source, CPxImage& dst, F f) {
+  return bySample(source, dst, source.channels, f);
+}
+
+// f(View<S>) over the rows of an image that is changed in place.
+template <class F>
+int bySample(CPxImage& image, int channels, F f) {
+  return bySampleType(image.bitsPerSample, [&]<class S>() { return f(viewOf<S>(image, channels)); });
+}
+
+// One pixel as a value: N samples of S.
+template <class S, int N>
+struct Pixel {
+  S sample[N];
+};
+
+// As bySample, with the channel count as a template argument too: f.template operator()<S, N>(). 0 for other counts.
+template <class F>
+int byPixelType(int bits, int channels, F f) {
+  return bySampleType(bits, [&]<class S>() {
+    switch (channels) {
+      case 1: return f.template operator()<S, 1>();
+      case 2: return f.template operator()<S, 2>();
+      case 3: return f.template operator()<S, 3>();
+      case 4: return f.template operator()<S, 4>();
+      default: return 0;
+    }
+  });
+}
+
+}  // namespace rasterkit

@@ -1,0 +1,40 @@
+#pragma once
+/// What the library does with an image's memory beyond the public contract.
+
+#include <rasterkit/core/image.h>
+
+#include <cstdint>
+
+namespace rasterkit {
+
+/// The bytes that hold one sample of so many bits.
+constexpr int sampleBytes(int bits) { return bits <= 8 ? 1 : bits <= 16 ? 2 : 4; }
+
+struct Storage {
+  enum class Samples { zero, any };
+
+  /// CPxImage::Create, optionally without clearing a block that is reused: for operations that write every sample.
+  static void create(CPxImage& image, COLOR_MODEL model, int bits, int width, int height, int paletteCount,
+                     Samples samples);
+
+  /// Gives image the model, sizes, palette and channel bits of source, which must hold its pixels; the samples and
+  /// padding are whatever they are. image may be source.
+  static void takeShape(CPxImage& image, const CPxImage& source);
+
+  /// Whether the image is created and its rows lie within the block it owns. The members are public, so a caller may
+  /// have written anything into them; operations treat an image that fails this as not created.
+  static bool holdsItsPixels(const CPxImage& image);
+
+  /// Whether a row has room for width pixels of so many channels.
+  static bool rowsHold(const CPxImage& image, int channels);
+
+  /// Sets every padding byte between the pixels of a row and the start of the next.
+  static void fillPadding(CPxImage& image, unsigned char value);
+  /// The padding of source, which has image's shape.
+  static void copyPadding(CPxImage& image, const CPxImage& source);
+
+ private:
+  static void allocate(CPxImage& image, std::int64_t bytesPerLine, int height, Samples samples);
+};
+
+}  // namespace rasterkit

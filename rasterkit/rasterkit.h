@@ -1,0 +1,11 @@
+#pragma once
+/// Every public class of rasterkit.
+
+#include <rasterkit/core/image.h>
+#include <rasterkit/core/levels.h>
+#include <rasterkit/core/pixels.h>
+#include <rasterkit/core/processing_base.h>
+#include <rasterkit/platform/desktop.h>
+#include <rasterkit/platform/framework.h>
+#include <rasterkit/point/threshold.h>
+#include <rasterkit/version.h>
