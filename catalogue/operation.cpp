@@ -183,12 +183,12 @@ std::string Operation::refusal(const CPxImage& source) const {
   const unsigned samples = source.bitsPerSample <= 8    ? byteSamples
                            : source.bitsPerSample <= 16 ? wordSamples
                            : source.bitsPerSample <= 32 ? realSamples
-                                                        : 0U;
+                                                        : deepSamples;
   if (!(accepts.samples & samples)) {
     const char* const names[] = {"",      "8-bit",          "16-bit",          "8-bit or 16-bit",
                                  "float", "8-bit or float", "16-bit or float", "8-bit, 16-bit or float"};
     return std::string("needs ") + names[accepts.samples & anySample] + " samples, this has " +
-           (samples ? std::string(names[samples]) : std::to_string(source.bitsPerSample) + "-bit") + " samples";
+           (samples == deepSamples ? std::to_string(source.bitsPerSample) + "-bit" : names[samples]) + " samples";
   }
   if (!accepts.models.empty() && std::ranges::find(accepts.models, source.colorModel) == accepts.models.end())
     return "does not take images of this colour model";

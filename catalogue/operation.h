@@ -50,12 +50,14 @@ struct Parameter {
   std::string unitName;
   std::string helpText;
   std::vector<Choice> choices;
-  bool isOptional = false;  ///< may be left out although it has no default
+  bool isOptional = false;   ///< may be left out although it has no default
+  bool sizesResult = false;  ///< the memory of the result grows with it: random draws stay within the usual range
 
   Parameter& range(double from, double to) { return least = from, most = to, *this; }
   Parameter& usually(double from, double to) { return usualLeast = from, usualMost = to, *this; }
   Parameter& unit(std::string name_) { return unitName = std::move(name_), *this; }
   Parameter& help(std::string text) { return helpText = std::move(text), *this; }
+  Parameter& growing() { return sizesResult = true, *this; }
   Parameter& optional() { return isOptional = true, *this; }
   bool required() const { return !isOptional && std::holds_alternative<std::monostate>(standard); }
 };
@@ -79,7 +81,15 @@ std::string format(const Parameter& parameter, const Value& value);
 
 // What an operation takes and gives -----------------------------------------------------------------------------------
 
-enum Samples : unsigned { byteSamples = 1, wordSamples = 2, realSamples = 4, wholeSamples = 3, anySample = 7 };
+/// Sample classes; deepSamples are those beyond 32 bits, which hardly any operation takes.
+enum Samples : unsigned {
+  byteSamples = 1,
+  wordSamples = 2,
+  realSamples = 4,
+  wholeSamples = 3,
+  anySample = 7,
+  deepSamples = 8
+};
 enum class MaskUse { ignored, honoured };
 
 /// The images that an operation processes.

@@ -1,0 +1,15 @@
+#include "tests/plain/twins.h"
+
+namespace rasterkit::plain {
+
+const Twin* find(const std::string& operation) {
+  static const Twins all = [] {
+    Twins twins;
+    for (auto family : {coreTwins, pointTwins}) twins.merge(family());
+    return twins;
+  }();
+  const auto found = all.find(operation);
+  return found == all.end() ? nullptr : &found->second;
+}
+
+}  // namespace rasterkit::plain
