@@ -19,6 +19,16 @@ if(RASTERKIT_WERROR)
   target_compile_options(rasterkit_compiler INTERFACE -Werror)
 endif()
 
+# For code around the library, which is not worth the last optimisation. In standard vectors and strings g++ 12 sees overlapping
+# copies, places out of bounds and uninitialised functions; there are none.
+add_library(rasterkit_relaxed INTERFACE)
+target_link_libraries(rasterkit_relaxed INTERFACE rasterkit_compiler)
+target_compile_options(rasterkit_relaxed INTERFACE $<$<CONFIG:Release>:-O2>)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  target_compile_options(rasterkit_relaxed INTERFACE
+    -Wno-array-bounds -Wno-maybe-uninitialized -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread -Wno-free-nonheap-object)
+endif()
+
 if(RASTERKIT_SANITIZE)
   string(REPLACE ";" "," sanitizers "${RASTERKIT_SANITIZE}")
   target_compile_options(rasterkit_compiler INTERFACE -fsanitize=${sanitizers} -fno-sanitize-recover=all)

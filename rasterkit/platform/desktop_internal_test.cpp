@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace rasterkit {
@@ -21,8 +21,8 @@ Bytes bitmap(int bits, int width, const std::vector<Bytes>& rows, const Bytes& c
   head.biPlanes = 1;
   head.biBitCount = static_cast<WORD>(bits);
   head.biClrUsed = static_cast<DWORD>(colours.size() / 4);
-  Bytes block(sizeof head);
-  std::memcpy(block.data(), &head, sizeof head);
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(&head);
+  Bytes block(bytes, bytes + sizeof head);
   block.insert(block.end(), colours.begin(), colours.end());
   for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
     block.insert(block.end(), row->begin(), row->end());
@@ -144,7 +144,31 @@ TEST(OwnString, hasTheLibrarysTexts) {
   EXPECT_EQ(ownString(7001), "");
 }
 
-#if !defined(_WIN32)
+#if defined(_WIN32)
+
+// Waits for the message box, writes down its caption and text, and presses its button.
+void answerMessageBox(const char* caption, std::string* text) {
+  for (int attempt = 0; attempt < 500; ++attempt, Sleep(20)) {
+    const HWND box = FindWindowA("#32770", caption);
+    const HWND label = box ? GetDlgItem(box, 0xFFFF) : nullptr;
+    if (!label || !IsWindowVisible(box)) continue;
+    char seen[256] = "";
+    GetWindowTextA(label, seen, sizeof seen);
+    *text = seen;
+    PostMessageA(box, WM_COMMAND, IDOK, 0);
+    return;
+  }
+}
+
+TEST(Messages, withoutAHandlerAreShownInAMessageBox) {
+  std::string text;
+  std::thread user(answerMessageBox, "Problem?", &text);
+  EXPECT_EQ(showMessage("These look strange!", "Problem?", 0x40, MessageOwner::none), IDOK);
+  user.join();
+  EXPECT_EQ(text, "These look strange!");
+}
+
+#else
 
 TEST(Messages, withoutAHandlerGoToStandardError) {
   testing::internal::CaptureStderr();
