@@ -1,6 +1,7 @@
 #pragma once
 /// Every public class of rasterkit.
 
+#include <rasterkit/analysis/histogram.h>
 #include <rasterkit/core/image.h>
 #include <rasterkit/core/levels.h>
 #include <rasterkit/core/pixels.h>
