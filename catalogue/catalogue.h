@@ -15,5 +15,6 @@ std::string nearest(std::string_view word, const std::vector<std::string>& names
 /// The families' parts of the table.
 std::vector<Operation> coreOperations();
 std::vector<Operation> pointOperations();
+std::vector<Operation> rankOperations();
 
 }  // namespace rasterkit::catalogue

@@ -24,5 +24,6 @@ const Twin* find(const std::string& operation);
 /// The families' twins, by the names of their catalogue entries.
 Twins coreTwins();
 Twins pointTwins();
+Twins rankTwins();
 
 }  // namespace rasterkit::plain
