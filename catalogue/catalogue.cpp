@@ -8,7 +8,9 @@ namespace {
 
 std::vector<Operation> all() {
   std::vector<Operation> table;
-  for (auto family : {coreOperations, pointOperations, rankOperations}) std::ranges::move(family(), std::back_inserter(table));
+  for (auto family : {coreOperations,  //
+                      geometryOperations, pointOperations, rankOperations})
+    std::ranges::move(family(), std::back_inserter(table));
   return table;
 }
 

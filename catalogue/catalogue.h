@@ -14,6 +14,7 @@ std::string nearest(std::string_view word, const std::vector<std::string>& names
 
 /// The families' parts of the table.
 std::vector<Operation> coreOperations();
+std::vector<Operation> geometryOperations();
 std::vector<Operation> pointOperations();
 std::vector<Operation> rankOperations();
 

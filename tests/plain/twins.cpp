@@ -5,7 +5,9 @@ namespace rasterkit::plain {
 const Twin* find(const std::string& operation) {
   static const Twins all = [] {
     Twins twins;
-    for (auto family : {coreTwins, pointTwins, rankTwins}) twins.merge(family());
+    for (auto family : {coreTwins,  //
+                        pointTwins, rankTwins, regionTwins})
+      twins.merge(family());
     return twins;
   }();
   const auto found = all.find(operation);

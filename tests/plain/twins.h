@@ -25,5 +25,6 @@ const Twin* find(const std::string& operation);
 Twins coreTwins();
 Twins pointTwins();
 Twins rankTwins();
+Twins regionTwins();
 
 }  // namespace rasterkit::plain
