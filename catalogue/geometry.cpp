@@ -1,8 +1,11 @@
+#include <rasterkit/geometry/geometry.h>
 #include <rasterkit/geometry/regions.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <string>
+#include <utility>
 
 #include "catalogue/catalogue.h"
 
@@ -155,11 +158,133 @@ std::vector<Operation> regionOperations() {
   };
 }
 
+// Size, orientation, position
+// ------------------------------------------------------------------------------------------
+
+// Bilinear resampling reports 0 after its work, as everything does that is refused.
+int resizeDone(const Call& c) {
+  const CPxImage& source = c.source();
+  const bool blends = c.integer("mode") == CPxGeometryProcessing::INTERPOLATION_BILINEAR &&
+                      source.colorModel != CM_INDEX && source.bitsPerSample <= 16 && source.width > 0 &&
+                      source.height > 0;
+  return blends ? 0 : 1;
+}
+
+// A zero image of the wanted size, or the source's.
+void prepareView(Call& c) {
+  const CPxImage& source = c.source();
+  CPxImage view(source.colorModel, source.bitsPerSample, c.has("width") ? c.integer("width") : source.width,
+                c.has("height") ? c.integer("height") : source.height);
+  view.palette = source.palette;
+  c.dst() = std::move(view);
+}
+
+Parameter length(const char* name, const char* help) {
+  return integer(name).range(1, 1 << 20).usually(1, 300).unit("pixels").help(help).growing();
+}
+
+std::vector<Operation> placeOperations() {
+  return {
+      {
+          .name = "resize",
+          .method = "CPxGeometryProcessing::Resize",
+          .summary = "resamples the image to a size",
+          .accepts = {},
+          .result = {.where = Where::intoOwnShape, .refusal = Refusal::clears, .doneFor = resizeDone},
+          .parameters = {length("width", "columns of the result"), length("height", "rows of the result"),
+                         choice("mode", {{"bilinear", 1}, {"nearest", 2}}, 2)
+                             .help("bilinear blends the four pixels around (8 and 16 bits); nearest takes one")},
+          .run =
+              [](Call& c) {
+                return c.on<CPxGeometryProcessing>().Resize(
+                    c.integer("width"), c.integer("height"), c.dst(),
+                    static_cast<CPxGeometryProcessing::INTERPOLATION>(c.integer("mode")));
+              },
+          .reach = Reach::wholeImage(),
+          .formula = "nearest: dst[x, y] = src[trunc(x * W / width + 0.5), trunc(y * H / height + 0.5)]; bilinear: "
+                     "the pixels around (x * W / width, y * H / height), blended across and then down, truncated twice",
+          .example = "resize width=640 height=480 mode=bilinear",
+      },
+      {
+          .name = "scale",
+          .method = "CPxGeometryProcessing::Resize",
+          .summary = "resamples the image by a factor",
+          .accepts = {.samples = anySample | deepSamples},
+          .result = {.where = Where::intoOwnShape, .refusal = Refusal::untouched},
+          .parameters = {real("factor").range(0.001, 1000).usually(0.1, 4).help("2 doubles both sides").growing()},
+          .run = [](Call& c) { return c.on<CPxGeometryProcessing>().Resize(c.single("factor"), c.dst()); },
+          .reach = Reach::wholeImage(),
+          .formula = "dst[x, y] = src[trunc(x / factor), trunc(y / factor)]",
+          .example = "scale factor=0.5",
+      },
+      {
+          .name = "magnify",
+          .method = "CPxGeometryProcessing::ResizeEx",
+          .summary = "a magnified view, scrolled by an origin",
+          .accepts = {.samples = anySample | deepSamples},
+          .result = {.where = Where::intoPrepared, .refusal = Refusal::untouched, .prepare = prepareView},
+          .parameters = {real("factor").range(0.001, 1000).usually(0.1, 8).help("2 shows each pixel as 2 x 2"),
+                         point("origin", CPoint(0, 0)).help("how far the view is scrolled, in magnified pixels"),
+                         length("width", "columns of the view; the image's if not given").optional(),
+                         length("height", "rows of the view; the image's if not given").optional()},
+          .run =
+              [](Call& c) {
+                return c.on<CPxGeometryProcessing>().ResizeEx(c.single("factor"), c.point("origin"), c.dst());
+              },
+          .reach = Reach::wholeImage(),
+          .formula = "dst[x, y] = src[trunc((x + origin.x) / factor) - trunc(origin.x / factor), the same downward]",
+          .example = "magnify factor=4 origin=2,2",
+      },
+      {
+          .name = "flip",
+          .method = "CPxGeometryProcessing::Flip",
+          .summary = "mirrors the image",
+          .accepts = {.refuses =
+                          [](const CPxImage& source) {
+                            const int bits = source.bitsPerSample;
+                            const bool flips = (bits >= 1 && bits <= 8) || bits == 16 || bits == 32;
+                            return flips ? std::string() : "needs 1 to 8, 16 or 32 bits a sample";
+                          }},
+          .result = {.where = Where::inPlace},
+          .parameters = {choice("direction", {{"vertical", 0}, {"horizontal", 1}, {"both", 2}})
+                             .help("vertical: top becomes bottom; horizontal: left becomes right; both: a half turn")},
+          .run =
+              [](Call& c) {
+                return c.on<CPxGeometryProcessing>().Flip(
+                    static_cast<CPxGeometryProcessing::FLIP_FLAG>(c.integer("direction")));
+              },
+          .reach = Reach::wholeImage(),
+          .formula = "dst[x, y] = src[W - 1 - x, y], src[x, H - 1 - y] or both",
+          .example = "flip direction=horizontal",
+      },
+      {
+          .name = "shift",
+          .method = "CPxGeometryProcessing::Shift",
+          .summary = "moves the content over a background",
+          .accepts = {},
+          .result = {.where = Where::inPlace},
+          .parameters = {point("offset").help("to the right and down, in pixels"),
+                         integer("back", 0).range(0, 255).usually(0, 255).help(
+                             "every sample of the background, as it stands")},
+          .run =
+              [](Call& c) {
+                auto geometry = c.on<CPxGeometryProcessing>();
+                const auto back = static_cast<unsigned char>(c.integer("back"));
+                geometry.SetBackColor(tagPXG4{{back, back, back, back}});
+                return geometry.Shift(c.point("offset"));
+              },
+          .reach = Reach::wholeImage(),
+          .formula = "image[x, y] = old[x - offset.x, y - offset.y], or the background",
+          .example = "shift offset=16,-8 back=128",
+      },
+  };
+}
+
 }  // namespace
 
 std::vector<Operation> geometryOperations() {
   std::vector<Operation> table;
-  for (auto part : {regionOperations}) std::ranges::move(part(), std::back_inserter(table));
+  for (auto part : {regionOperations, placeOperations}) std::ranges::move(part(), std::back_inserter(table));
   return table;
 }
 

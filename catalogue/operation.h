@@ -124,8 +124,9 @@ class Call;
 struct Result {
   Where where = Where::intoDestination;
   Refusal refusal = Refusal::copies;
-  int done = 1;                             ///< the flag that means success: some operations deliberately report 0
-  std::function<void(Call&)> prepare = {};  ///< creates dst, for intoPrepared
+  int done = 1;                                  ///< the flag that means success: some operations deliberately report 0
+  std::function<void(Call&)> prepare = {};       ///< creates dst, for intoPrepared
+  std::function<int(const Call&)> doneFor = {};  ///< in place of done, where the flag depends on the call
 };
 
 /// How far from a pixel its result depends on the source.
@@ -204,7 +205,10 @@ class Call {
   int run() { return run(operation_.run); }
   /// The same with another body: a test's slow twin.
   int run(const std::function<int(Call&)>& body);
-  bool succeeded(int flag) const { return operation_.result.done == flag; }
+  bool succeeded(int flag) const {
+    const Result& result = operation_.result;
+    return flag == (result.doneFor ? result.doneFor(*this) : result.done);
+  }
 
  private:
   const Operation& operation_;

@@ -7,6 +7,7 @@
 #include <rasterkit/core/levels.h>
 #include <rasterkit/core/pixels.h>
 #include <rasterkit/core/processing_base.h>
+#include <rasterkit/geometry/geometry.h>
 #include <rasterkit/geometry/regions.h>
 #include <rasterkit/neighbourhood/morphology.h>
 #include <rasterkit/platform/desktop.h>

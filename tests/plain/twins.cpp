@@ -6,6 +6,7 @@ const Twin* find(const std::string& operation) {
   static const Twins all = [] {
     Twins twins;
     for (auto family : {coreTwins,  //
+                        geometryTwins,
                         pointTwins, rankTwins, regionTwins})
       twins.merge(family());
     return twins;

@@ -24,6 +24,7 @@ const Twin* find(const std::string& operation);
 /// The families' twins, by the names of their catalogue entries.
 Twins coreTwins();
 Twins pointTwins();
+Twins geometryTwins();
 Twins rankTwins();
 Twins regionTwins();
 

@@ -138,6 +138,7 @@ Outcome outcome(const Operation& operation, const Draw& draw, const std::functio
     for (CPxImage& image : series) call.series.push_back(&image);
   }
   result.flag = call.run(body);
+  result.succeeded = call.succeeded(result.flag);
   result.dst = dst;
   result.report = call.report;
   return result;

@@ -32,6 +32,7 @@ enum class Alias { none, dstIsSource, dstIsMask, imageIsSource, imageIsDst };
 
 struct Outcome {
   int flag = 0;
+  bool succeeded = false;
   CPxImage dst;
   CPxImage source;  // as the call left it
   std::string report;
