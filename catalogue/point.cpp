@@ -1,10 +1,16 @@
+#include <rasterkit/point/arithmetic.h>
 #include <rasterkit/point/threshold.h>
+
+#include <algorithm>
+#include <iterator>
 
 #include "catalogue/catalogue.h"
 
 namespace rasterkit::catalogue {
 
-std::vector<Operation> pointOperations() {
+namespace {
+
+std::vector<Operation> thresholdOperations() {
   return {
       {
           .name = "threshold",
@@ -36,6 +42,93 @@ std::vector<Operation> pointOperations() {
           .example = "cut level=100 keep=upper",
       },
   };
+}
+
+// Arithmetic ----------------------------------------------------------------------------------------------------------
+
+std::string realsNeedOneChannel(const CPxImage& source) {
+  return source.bitsPerSample > 16 && source.channels != 1
+             ? "takes float samples of 1 channel, this has " + std::to_string(source.channels)
+             : "";
+}
+
+Parameter area() { return rectangle().help("left,top,right,bottom, all within, or all"); }
+
+// An operation that changes the samples of 1, 3 or 4 channels inside a rectangle by a constant.
+template <class Run>
+Operation byConstant(std::string name, std::string method, std::string summary, Parameter k, std::string formula,
+                     Run run) {
+  std::string example = name + " value=" + (k.kind == Kind::integer ? "2" : "1.5");
+  return {.name = std::move(name),
+          .method = "CPxArithmeticProcessing::" + method,
+          .summary = std::move(summary),
+          .accepts = {.channels = {1, 3, 4}, .refuses = realsNeedOneChannel},
+          .result = {.where = Where::inPlace, .refusal = Refusal::succeeds},
+          .parameters = {std::move(k), area()},
+          .run = run,
+          .formula = std::move(formula),
+          .example = std::move(example)};
+}
+
+std::vector<Operation> arithmeticOperations() {
+  const Parameter whole = integer("value").usually(0, 255), real = catalogue::real("value").usually(0, 255);
+  auto wholeOf = [&](const char* help) { return Parameter(whole).help(help); };
+  auto realOf = [&](const char* help) { return Parameter(real).help(help); };
+  const std::string partnerHelp = "laid with its corner on the rectangle's";
+  const char* const partnerArea = "left,top,right,bottom, all within, or all; a single column or row is refused";
+  return {
+      byConstant("add", "ADD", "adds a whole number", wholeOf("what is added"), "s = low 8 bits of min(s + value, 255)",
+                 [](Call& c) { return c.on<CPxArithmeticProcessing>().ADD(c.integer("value"), c.rectangle()); }),
+      byConstant("add-real", "ADD", "adds a number", realOf("what is added"),
+                 "s = low 8 bits of min(s + value, 255), truncated",
+                 [](Call& c) { return c.on<CPxArithmeticProcessing>().ADD(c.single("value"), c.rectangle()); }),
+      byConstant("sub", "SUB", "subtracts a whole number", wholeOf("what is subtracted"),
+                 "s = low 8 bits of max(s - value, 0)",
+                 [](Call& c) { return c.on<CPxArithmeticProcessing>().SUB(c.integer("value"), c.rectangle()); }),
+      byConstant("sub-real", "SUB", "subtracts a number", realOf("what is subtracted"),
+                 "s = low 8 bits of max(s - value, 0), truncated",
+                 [](Call& c) { return c.on<CPxArithmeticProcessing>().SUB(c.single("value"), c.rectangle()); }),
+      byConstant("mul", "MUL", "multiplies by a whole number", wholeOf("the factor").usually(0, 8),
+                 "s = s * value, limited to 0 and 255",
+                 [](Call& c) { return c.on<CPxArithmeticProcessing>().MUL(c.integer("value"), c.rectangle()); }),
+      byConstant("mul-real", "MUL", "multiplies by a number", realOf("the factor").usually(0, 8),
+                 "s = s * value + 0.5, limited to 0 and 255, truncated",
+                 [](Call& c) { return c.on<CPxArithmeticProcessing>().MUL(c.single("value"), c.rectangle()); }),
+      {
+          .name = "div",
+          .method = "CPxArithmeticProcessing::DIV",
+          .summary = "divides by another image",
+          .accepts = {.channels = {1, 3, 4}},
+          .result = {.where = Where::inPlace, .refusal = Refusal::succeeds},
+          .parameters = {image("other").help(partnerHelp), rectangle().help(partnerArea)},
+          .run = [](Call& c) { return c.on<CPxArithmeticProcessing>().DIV(c.image("other"), c.rectangle()); },
+          .formula = "whole numbers: s = s / (o + 1); float: s = s * o / 255",
+          .example = "div other=light.png",
+      },
+      {
+          .name = "or",
+          .method = "CPxArithmeticProcessing::OR",
+          .summary = "joins the bits of another image",
+          .accepts = {.channels = {1, 3, 4}, .samples = wholeSamples},
+          .result = {.where = Where::inPlace, .refusal = Refusal::succeeds},
+          .parameters = {image("other").help(partnerHelp), rectangle().help(partnerArea)},
+          .run = [](Call& c) { return c.on<CPxArithmeticProcessing>().OR(c.image("other"), c.rectangle()); },
+          .formula = "s = s | o",
+          .example = "or other=marks.png",
+      },
+  };
+}
+
+}  // namespace
+
+std::vector<Operation> pointOperations() {
+  std::vector<Operation> table;
+  for (auto part : {
+           thresholdOperations,
+           arithmeticOperations,
+       })
+    std::ranges::move(part(), std::back_inserter(table));
+  return table;
 }
 
 }  // namespace rasterkit::catalogue

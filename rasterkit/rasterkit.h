@@ -12,5 +12,6 @@
 #include <rasterkit/neighbourhood/morphology.h>
 #include <rasterkit/platform/desktop.h>
 #include <rasterkit/platform/framework.h>
+#include <rasterkit/point/arithmetic.h>
 #include <rasterkit/point/threshold.h>
 #include <rasterkit/version.h>

@@ -4,6 +4,9 @@
 #include "rasterkit/core/kernel_table.h"
 #include "rasterkit/core/levels.h"
 
+#include <cstdint>
+#include <type_traits>
+
 namespace rasterkit {
 
 // Index of the serving level among those built, least first.
@@ -16,6 +19,19 @@ bool servesBytePermutes();
 template <class Kernels>
 const Kernels& kernels() {
   return *KernelTables<Kernels>::tables[servingLevel()];
+}
+
+// The part of a table that serves samples of S, where the table has parts named bytes, words and reals.
+template <class Kernels, class S>
+const auto& kernelsOf() {
+  const Kernels& table = kernels<Kernels>();
+  if constexpr (std::is_same_v<S, std::uint8_t>) {
+    return table.bytes;
+  } else if constexpr (std::is_same_v<S, std::uint16_t>) {
+    return table.words;
+  } else {
+    return table.reals;
+  }
 }
 
 }  // namespace rasterkit

@@ -5,6 +5,8 @@
 #include <rasterkit/core/image.h>
 #include <rasterkit/platform/framework.h>
 
+#include "rasterkit/core/view.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <optional>
@@ -49,6 +51,13 @@ inline std::optional<Region> frameworkRegion(const CRect& rect, const CPxImage& 
 // Third rule: the framework's, with the whole-image rectangle.
 inline std::optional<Region> frameworkOrWholeRegion(const CRect& rect, const CPxImage& image) {
   return meansWhole(rect) ? wholeRegion(image) : frameworkRegion(rect, image);
+}
+
+// The rows of the region alone.
+template <class S>
+View<S> within(View<S> rows, const Region& region) {
+  return {rows.row(region.top) + std::ptrdiff_t{region.left} * rows.channels, region.width,
+          region.width == 0 ? 0 : region.height, rows.channels, rows.stride};
 }
 
 // Where a partner image covers a region.

@@ -21,8 +21,9 @@ struct Storage {
   /// padding are whatever they are. image may be source.
   static void takeShape(CPxImage& image, const CPxImage& source);
 
-  /// Whether the image is created, has at most 4 channels, and its rows lie aligned within the block it owns. The members are public, so a caller may
-  /// have written anything into them; operations treat an image that fails this as not created.
+  /// Whether the image is created, has at most 4 channels, and its rows lie aligned within the block it owns. The
+  /// members are public, so a caller may have written anything into them; operations treat an image that fails this as
+  /// not created.
   static bool holdsItsPixels(const CPxImage& image);
 
   /// Whether a row has room for width pixels of so many channels.

@@ -11,14 +11,6 @@
 namespace rasterkit {
 namespace {
 
-template <class S>
-const ThresholdRows<S>& thresholdRows() {
-  const ThresholdKernels& table = kernels<ThresholdKernels>();
-  if constexpr (std::is_same_v<S, std::uint8_t>) return table.bytes;
-  if constexpr (std::is_same_v<S, std::uint16_t>) return table.words;
-  if constexpr (std::is_same_v<S, float>) return table.reals;
-}
-
 // One row kernel over the image. outer is the whole number just outside the level, on the rejected side (level - 1 or
 // level + 1, which may not fit an int). Floats are compared with it; integers with the level itself, where a sample can
 // tell.
@@ -62,9 +54,10 @@ int CPxThresholdProcessing::Threshold(CPxImage& dst, int level) {
   if (!operands) return 0;
   Storage::fillPadding(dst, 0);
   return bySample(operands.source(), dst, [&]<class S>(View<const S> in, View<S> out) {
-    if (within<S>(level)) return cutRows<S>(in, out, thresholdRows<S>().binarise, level, std::int64_t{level} - 1);
+    if (within<S>(level))
+      return cutRows<S>(in, out, kernelsOf<ThresholdKernels, S>().binarise, level, std::int64_t{level} - 1);
     // Below every sample all of them pass, as they pass the level 0.
-    if (level < 0) return cutRows<S>(in, out, thresholdRows<S>().binarise, 0, -1);
+    if (level < 0) return cutRows<S>(in, out, kernelsOf<ThresholdKernels, S>().binarise, 0, -1);
     return fillRows<S>(out, 0);
   });
 }
@@ -76,8 +69,8 @@ int CPxThresholdProcessing::Cut(CPxImage& dst, int level, int upper) {
   return bySample(operands.source(), dst, [&]<class S>(View<const S> in, View<S> out) {
     if (!within<S>(level))
       return (level < 0) == (upper != 0) ? copyRows<S>(in, out) : fillRows<S>(out, upper ? 0 : 0xFF);
-    if (upper) return cutRows<S>(in, out, thresholdRows<S>().keepUpper, level, std::int64_t{level} - 1);
-    return cutRows<S>(in, out, thresholdRows<S>().keepLower, level, std::int64_t{level} + 1);
+    if (upper) return cutRows<S>(in, out, kernelsOf<ThresholdKernels, S>().keepUpper, level, std::int64_t{level} - 1);
+    return cutRows<S>(in, out, kernelsOf<ThresholdKernels, S>().keepLower, level, std::int64_t{level} + 1);
   });
 }
 

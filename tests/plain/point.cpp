@@ -1,3 +1,5 @@
+#include <climits>
+#include <cstdint>
 #include <cstring>
 
 #include "tests/plain/twins.h"
@@ -41,8 +43,135 @@ int cutOneSide(Call& c) {
       c, 0xFF, [&](double sample) { return sample < outside(c, +1); }, false);
 }
 
+// Arithmetic ----------------------------------------------------------------------------------------------------------
+
+bool meansWhole(const CRect& r) { return r.left == -1 && r.top == -1 && r.right == -1 && r.bottom == -1; }
+
+int wrapped(std::int64_t value) { return static_cast<int>(static_cast<std::uint32_t>(value)); }
+// Toward zero, as a 32-bit conversion does it.
+int truncated(double value) {
+  return value > -2147483649.0 && value < 2147483648.0 ? static_cast<int>(value) : INT_MIN;
+}
+int lowByte(int value) { return static_cast<int>(static_cast<std::uint32_t>(value) % 256); }
+
+// The samples of 1, 3 and 4 channels, inside the rectangle with right and bottom, become f(sample).
+int changeByConstant(Call& c, const std::function<double(double)>& f) {
+  CPxImage& image = c.dst();
+  CRect r = c.rectangle();
+  if (!image.IsCreated()) return 0;
+  if (meansWhole(r)) {
+    r = CRect(0, 0, image.width - 1, image.height - 1);
+  } else {
+    if (r.left > r.right) std::swap(r.left, r.right);
+    if (r.top > r.bottom) std::swap(r.top, r.bottom);
+  }
+  if (r.left > image.width - 1 || r.right < 0 || r.top > image.height - 1 || r.bottom < 0) return 0;
+  if (image.channels == 2 || image.bitsPerSample > 32 || (image.bitsPerSample > 16 && image.channels != 1)) return 1;
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x)
+      for (int i = 0; i < image.channels; ++i)
+        if (x >= r.left && x <= r.right && y >= r.top && y <= r.bottom)
+          setSample(image, x, y, i, f(sampleAt(image, x, y, i)));
+  return 1;
+}
+
+double single(double value) { return static_cast<double>(static_cast<float>(value)); }
+
+// The sum, difference or product with a whole constant: in 32 bits, or in single precision and truncated.
+template <class Exact>
+int withWhole(const Call& c, double sample, Exact exact) {
+  const int k = c.integer("value");
+  if (const_cast<Call&>(c).dst().bitsPerSample <= 16) return wrapped(exact(static_cast<std::int64_t>(sample), k));
+  return truncated(static_cast<double>(exact(static_cast<float>(sample), static_cast<float>(k))));
+}
+
+int addWhole(Call& c) {
+  return changeByConstant(c, [&](double s) {
+    const int t = withWhole(c, s, [](auto a, auto b) { return a + b; });
+    return lowByte(t > 255 ? 255 : t);
+  });
+}
+int addReal(Call& c) {
+  return changeByConstant(c, [&](double s) {
+    const float t = static_cast<float>(s) + c.single("value");
+    return lowByte(truncated(t > 255.0F ? 255.0 : static_cast<double>(t)));
+  });
+}
+int subtractWhole(Call& c) {
+  return changeByConstant(c, [&](double s) {
+    const int t = withWhole(c, s, [](auto a, auto b) { return a - b; });
+    return lowByte(t < 0 ? 0 : t);
+  });
+}
+int subtractReal(Call& c) {
+  return changeByConstant(c, [&](double s) {
+    const float t = static_cast<float>(s) - c.single("value");
+    return lowByte(truncated(t < 0.0F ? 0.0 : static_cast<double>(t)));
+  });
+}
+int multiplyWhole(Call& c) {
+  return changeByConstant(c, [&](double s) {
+    const double t = withWhole(c, s, [](auto a, auto b) { return a * b; }) + 0.5;
+    return truncated(t > 255.0 ? 255.0 : t < 0.0 ? 0.0 : t);
+  });
+}
+int multiplyReal(Call& c) {
+  return changeByConstant(c, [&](double s) {
+    const double t = static_cast<double>(static_cast<float>(s) * c.single("value")) + 0.5;
+    return lowByte(truncated(t > 255.0 ? 255.0 : t < 0.0 ? 0.0 : t));
+  });
+}
+
+int pixelBytes(const CPxImage& image) {
+  return image.channels * (image.bitsPerSample <= 8 ? 1 : image.bitsPerSample <= 16 ? 2 : 4);
+}
+
+// f(sample, other's sample) over the framework's rectangle, the other image's corner on the rectangle's.
+int combine(Call& c, bool reals, const std::function<double(double, double)>& f) {
+  CPxImage& image = c.dst();
+  const CPxImage& other = c.image("other");
+  CRect r = c.rectangle();
+  if (!image.IsCreated() || !other.IsCreated()) return 0;
+  int left = r.left, top = r.top;
+  if (meansWhole(r)) {
+    left = top = 0;
+    r = CRect(0, 0, image.width - 1, image.height - 1);
+  } else {
+    if (r.left >= r.right || r.top >= r.bottom) return 0;
+    r = CRect(std::max(r.left, 0), std::max(r.top, 0), std::min(r.right, image.width - 1),
+              std::min(r.bottom, image.height - 1));
+    if (r.left >= r.right || r.top >= r.bottom) return 0;
+  }
+  if (image.channels == 2 || image.bitsPerSample > (reals ? 32 : 16)) return 1;
+  if (pixelBytes(image) != pixelBytes(other)) return 0;
+  // The other image's bytes as the image's type.
+  CPxImage read(image.colorModel, image.bitsPerSample, other.width, other.height);
+  if (read.bufferSize > 0) std::memcpy(read.GetBuffer(), other.GetBuffer(), static_cast<std::size_t>(read.bufferSize));
+  for (int y = r.top; y <= r.bottom && std::int64_t{y} - top < read.height; ++y)
+    for (int x = r.left; x <= r.right && std::int64_t{x} - left < read.width; ++x)
+      for (int i = 0; i < image.channels; ++i)
+        setSample(image, x, y, i, f(sampleAt(image, x, y, i), sampleAt(read, x - left, y - top, i)));
+  return 1;
+}
+
+int divide(Call& c) {
+  const bool reals = c.source().bitsPerSample > 16;
+  return combine(c, true, [&](double s, double o) {
+    return reals ? single(s * (o * 0.00392156862745098)) : static_cast<int>(s) / (static_cast<int>(o) + 1);
+  });
+}
+int unite(Call& c) {
+  return combine(c, false, [](double s, double o) { return static_cast<int>(s) | static_cast<int>(o); });
+}
+
 }  // namespace
 
-Twins pointTwins() { return {{"threshold", threshold}, {"cut", cutOneSide}}; }
+Twins pointTwins() {
+  return {{"threshold", threshold}, {"cut", cutOneSide},
+          {"add", addWhole},        {"add-real", addReal},
+          {"sub", subtractWhole},   {"sub-real", subtractReal},
+          {"mul", multiplyWhole},   {"mul-real", multiplyReal},
+          {"div", divide},          {"or", unite}};
+}
 
 }  // namespace rasterkit::plain
