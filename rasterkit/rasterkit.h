@@ -3,6 +3,7 @@
 
 #include <rasterkit/analysis/histogram.h>
 #include <rasterkit/analysis/peaks.h>
+#include <rasterkit/colour/colour.h>
 #include <rasterkit/core/image.h>
 #include <rasterkit/core/levels.h>
 #include <rasterkit/core/pixels.h>
