@@ -2,6 +2,7 @@
 /// Every public class of rasterkit.
 
 #include <rasterkit/analysis/histogram.h>
+#include <rasterkit/analysis/hough.h>
 #include <rasterkit/analysis/peaks.h>
 #include <rasterkit/colour/colour.h>
 #include <rasterkit/core/image.h>

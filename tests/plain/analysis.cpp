@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 
 namespace rasterkit::plain {
 namespace {
@@ -108,7 +109,138 @@ void reduce(Analysis& analysis, const std::vector<int>& raw, const Settings& set
   } while (static_cast<int>(analysis.valid.size()) > settings.maxValidMaxima && peak > 0);
 }
 
+// What a conversion to a 32-bit integer gives outside its range.
+int truncated(double value) {
+  return value > -2147483649.0 && value < 2147483648.0 ? static_cast<int>(value) : std::numeric_limits<int>::min();
+}
+int difference(int a, int b) { return static_cast<int>(static_cast<unsigned>(a) - static_cast<unsigned>(b)); }
+
+std::vector<int> peaksOf(const std::vector<int>& counts, bool circular, double ratio, int most) {
+  Settings settings{circular, ratio, 6, most};
+  const Analysis analysis = analysed(counts, smoothed(counts, counts, 10, 2, -1, -1), settings);
+  std::vector<int> positions;
+  for (const Extremum& peak : analysis.valid) positions.push_back(peak.position);
+  return positions;
+}
+
+void draw(CPxImage& out, const Votes& v, const Line& line, std::uint32_t counter, std::uint32_t greatest) {
+  if (counter < 128) return;
+  const auto grey = static_cast<unsigned char>(truncated(static_cast<double>(counter) / greatest * 255) & 0xFF);
+  const double co = v.cosines[line.theta], si = v.sines[line.theta], rho = line.rho * v.rhoStep - v.rhoMaximum;
+  const int width = out.width, height = out.height;
+  if (std::fabs(co) <= 0.5)
+    for (int x = 0; x < width; ++x)
+      out.SetPixel(x, std::clamp(difference(height - 1, truncated((rho - x * co) * (1 / si))), 0, height - 1), grey);
+  else
+    for (int row = 0; row < height; ++row)
+      out.SetPixel(std::clamp(truncated((rho - (height - 1 - row) * si) * (1 / co)), 0, width - 1), row, grey);
+}
+
+void clip(Line& line, const Votes& v, int width, int height) {
+  const double co = v.cosines[line.theta], si = v.sines[line.theta], rho = line.rho * v.rhoStep - v.rhoMaximum;
+  int x1, y1, x2, y2;
+  if (std::fabs(co) == 1.0) {
+    x1 = truncated((rho - (height - 1) * si) * (1 / co)), y1 = height - 1;
+    x2 = truncated((rho - 0 * si) * (1 / co)), y2 = 0;
+    const int across = truncated((rho - (width - 1) * co) / si);
+    if (x1 < 0)
+      x1 = 0, y1 = truncated(rho / si);
+    else if (x1 > width - 1)
+      x1 = width - 1, y1 = across;
+    if (x2 < 0)
+      x2 = 0, y2 = truncated(rho / si);
+    else if (x1 >= width - 1)
+      x2 = width - 1, y2 = across;
+  } else {
+    x1 = 0, y1 = truncated(rho * (1 / si));
+    x2 = width - 1, y2 = truncated((rho - (width - 1) * co) * (1 / si));
+    const int above = truncated((rho - (height - 1) * si) / co), below = truncated(rho / co);
+    if (y1 > height - 1)
+      y1 = height - 1, x1 = above;
+    else if (y1 < 0)
+      y1 = 0, x1 = below;
+    if (y2 > height - 1)
+      y2 = height - 1, x2 = above;
+    else if (y2 < 0)
+      y2 = 0, x2 = below;
+  }
+  line.x1 = x1, line.y1 = difference(height - 1, y1);
+  line.x2 = x2, line.y2 = difference(height - 1, y2);
+}
+
 }  // namespace
+
+Votes votes(const CPxImage& image) {
+  Votes v;
+  const int w = image.width, h = image.height;
+  v.rhoMaximum = std::sqrt(w * w + h * h);
+  v.cells = static_cast<int>(v.rhoMaximum - -v.rhoMaximum);
+  v.rhoScale = v.cells / (v.rhoMaximum - -v.rhoMaximum);
+  v.rhoStep = (v.rhoMaximum - -v.rhoMaximum) / v.cells;
+  const double halfPi = 1.5707963267948966, step = (halfPi - -halfPi) * 0.002777777777777778;
+  double angle = -halfPi;
+  for (int t = 0; t < 360; ++t, angle += step) {
+    // In extended precision, then rounded once.
+    v.sines.push_back(static_cast<double>(std::sin(static_cast<long double>(angle))));
+    v.cosines.push_back(static_cast<double>(std::cos(static_cast<long double>(angle))));
+  }
+  if (v.cells < 1) {
+    v.cells = 0;
+    return v;
+  }
+  v.counters.assign(360, std::vector<std::uint32_t>(static_cast<std::size_t>(v.cells)));
+  for (int row = 0; row < h; ++row) {
+    const auto* const bytes = static_cast<const unsigned char*>(image.Get2DBuffer()[row]);
+    for (int column = 0; column < w; ++column) {
+      const double x = column + 1, y = h - 1 - row;
+      for (int t = 0; t < 360; ++t) {
+        const double p = (y * v.sines[t] + x * v.cosines[t]) * v.rhoScale + v.cells / 2;
+        if (p >= 0 && p < v.cells) v.counters[t][static_cast<std::size_t>(p)] += bytes[column];
+      }
+    }
+  }
+  return v;
+}
+
+Lines detected(const CPxImage& image) {
+  const Votes v = votes(image);
+  Lines found;
+  found.drawn.Create(CM_GRAY, 8, image.width, image.height);
+  if (v.cells == 0) return found;
+
+  std::uint32_t greatest = 0;
+  for (const auto& row : v.counters)
+    for (const std::uint32_t counter : row) greatest = std::max(greatest, counter);
+  const auto angleLimit = static_cast<std::uint32_t>(0.6 * greatest);
+  std::vector<int> byAngle(360);
+  for (int t = 0; t < 360; ++t)
+    for (const std::uint32_t counter : v.counters[t])
+      if (counter > angleLimit) byAngle[t] += static_cast<int>(counter);
+
+  std::uint32_t greatestPeak = 0;
+  for (const int t : peaksOf(byAngle, true, 0.05, 2)) {
+    std::uint32_t column = 0;
+    for (int other = 0; other < 360; ++other)
+      if (t < v.cells) column = std::max(column, v.counters[other][t]);
+    const auto limit = static_cast<std::uint32_t>(0.3 * column);
+    std::vector<int> byDistance(v.cells);
+    for (int r = 0; r < v.cells; ++r)
+      if (v.counters[t][r] > limit) byDistance[r] += static_cast<int>(v.counters[t][r]);
+    found.angles.push_back(t);
+    for (const int r : peaksOf(byDistance, false, 0.002, std::numeric_limits<int>::max())) {
+      Line line{t, static_cast<std::uint32_t>(r)};
+      clip(line, v, image.width, image.height);
+      found.lines.push_back(line);
+      greatestPeak = std::max(greatestPeak, v.counters[t][r]);
+    }
+  }
+  for (int t = 0; t < 360; ++t)
+    for (int r = 0; r < v.cells; ++r)
+      for (const Line& line : found.lines)
+        if (line.theta == t && line.rho == static_cast<std::uint32_t>(r))
+          draw(found.drawn, v, line, v.counters[t][r], greatestPeak);
+  return found;
+}
 
 std::vector<int> smoothed(const std::vector<int>& source, const std::vector<int>& destination, int passes,
                           int halfWidth, int from, int to) {

@@ -2,6 +2,9 @@
 /// The slow forms of histogram analysis, line voting and line detection, for tests that need more than a catalogue
 /// entry's result.
 
+#include <rasterkit/core/image.h>
+
+#include <cstdint>
 #include <vector>
 
 namespace rasterkit::plain {
@@ -31,5 +34,29 @@ struct Settings {
 
 /// Peaks and valleys of counts whose smoothed form is given.
 Analysis analysed(const std::vector<int>& raw, std::vector<int> smoothedCounts, const Settings& settings);
+
+/// Votes for lines: counters[angle][cell].
+struct Votes {
+  int cells = 0;
+  double rhoMaximum = 0, rhoStep = 0, rhoScale = 0;
+  std::vector<double> sines, cosines;
+  std::vector<std::vector<std::uint32_t>> counters;
+};
+Votes votes(const CPxImage& image);
+
+struct Line {
+  int theta = 0;
+  std::uint32_t rho = 0;
+  int x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+  friend bool operator==(const Line&, const Line&) = default;
+};
+
+/// The lines in the order of their records, and their picture.
+struct Lines {
+  std::vector<int> angles;
+  std::vector<Line> lines;
+  CPxImage drawn;
+};
+Lines detected(const CPxImage& image);
 
 }  // namespace rasterkit::plain
