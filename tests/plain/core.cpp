@@ -6,8 +6,7 @@ namespace rasterkit::plain {
 namespace {
 
 using catalogue::Call;
-using test::sampleAt;
-using test::setSample;
+using test::copySample;
 
 int bytesOf(const CPxImage& image) { return image.bitsPerSample <= 8 ? 1 : image.bitsPerSample <= 16 ? 2 : 4; }
 
@@ -18,7 +17,7 @@ int getPlane(Call& c) {
   CPxImage out(CM_GRAY, source.bitsPerSample, source.width, source.height);
   if (plane >= 0 && plane < source.channels && source.bitsPerSample <= 32)
     for (int y = 0; y < source.height; ++y)
-      for (int x = 0; x < source.width; ++x) setSample(out, x, y, 0, sampleAt(source, x, y, plane));
+      for (int x = 0; x < source.width; ++x) copySample(out, x, y, 0, source, x, y, plane);
   c.dst() = out;
   return 1;
 }
@@ -38,7 +37,7 @@ int setPlane(Call& c) {
         static_cast<const unsigned char*>(other.GetBuffer()) + std::ptrdiff_t{other.bytesPerLine} * y;
     auto* const to = static_cast<unsigned char*>(samples.GetBuffer()) + std::ptrdiff_t{samples.bytesPerLine} * y;
     std::copy_n(from, image.width * bytesOf(image), to);
-    for (int x = 0; x < image.width; ++x) setSample(image, x, y, plane, sampleAt(samples, x, y));
+    for (int x = 0; x < image.width; ++x) copySample(image, x, y, plane, samples, x, y, 0);
   }
   return 1;
 }

@@ -77,6 +77,10 @@ void setSample(CPxImage& image, int x, int y, int channel, double value) {
   }
 }
 
+void copySample(CPxImage& to, int x, int y, int channel, const CPxImage& from, int fromX, int fromY, int fromChannel) {
+  std::memcpy(placeOf(to, x, y, channel), placeOf(from, fromX, fromY, fromChannel), std::size_t(sampleBytes(to)));
+}
+
 testing::AssertionResult samePicture(const CPxImage& actual, const CPxImage& expected) {
   auto shape = [](const CPxImage& image) {
     std::ostringstream out;

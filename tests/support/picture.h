@@ -24,6 +24,8 @@ inline CPxImage rgb8(const Table& rows) { return picture(CM_RGB, 8, rows); }
 /// One sample, whatever its type.
 double sampleAt(const CPxImage& image, int x, int y, int channel = 0);
 void setSample(CPxImage& image, int x, int y, int channel, double value);
+/// The bits of a sample of the same size, a signalling NaN's too.
+void copySample(CPxImage& to, int x, int y, int channel, const CPxImage& from, int fromX, int fromY, int fromChannel);
 
 /// Model, bits, size and the bits of every sample are equal.
 testing::AssertionResult samePicture(const CPxImage& actual, const CPxImage& expected);

@@ -1,6 +1,7 @@
 #pragma once
 /// Random numbers that are the same on every platform and in every run (the standard distributions are not).
 
+#include <cstddef>
 #include <cstdint>
 
 namespace rasterkit::test {
@@ -8,9 +9,15 @@ namespace rasterkit::test {
 class Random {
  public:
   explicit Random(std::uint64_t seed) : state_(seed) {}
+  /// Takes its choices from the bytes while they last: a fuzzer's input. They must outlive the object.
+  Random(const std::uint8_t* bytes, std::size_t count) : state_(count), next_(bytes), end_(bytes + count) {}
 
-  // SplitMix64 (Steele, Lea, Flood 2014).
+  /// Whether choices still come from bytes.
+  bool hasBytes() const { return next_ != end_; }
+
+  // SplitMix64 (Steele, Lea, Flood 2014), over a byte of the input at a time where there is one.
   std::uint64_t bits() {
+    if (next_ != end_) state_ = state_ * 31 + *next_++;
     std::uint64_t z = state_ += 0x9E3779B97F4A7C15u;
     z = (z ^ z >> 30) * 0xBF58476D1CE4E5B9u;
     z = (z ^ z >> 27) * 0x94D049BB133111EBu;
@@ -30,6 +37,8 @@ class Random {
 
  private:
   std::uint64_t state_;
+  const std::uint8_t* next_ = nullptr;
+  const std::uint8_t* end_ = nullptr;
 };
 
 }  // namespace rasterkit::test
