@@ -17,6 +17,8 @@
 
 #include "rasterkit/core/kernels.h"
 #include "rasterkit/core/operands.h"
+#include "rasterkit/core/prefetch.h"
+#include "rasterkit/core/window.h"
 #include "rasterkit/neighbourhood/morphology_kernels.h"
 
 #include <algorithm>
@@ -38,7 +40,7 @@ const ExtremumRows<S>& extremumRows(Extremum extremum) {
   if constexpr (std::is_same_v<S, float>) return table.reals;
 }
 
-// The extrema down the columns over the rows around y, for y = 0, 1, 2 ... Rows up to y may have been overwritten.
+// The extrema down the columns over the rows around y, for y = 0, 1, 2 ... Rows before y may have been overwritten.
 template <class S>
 class ColumnExtrema {
  public:
@@ -48,47 +50,65 @@ class ColumnExtrema {
   ColumnExtrema(const ExtremumRows<S>& rows, View<const S> in, int reach)
       : rows_(rows),
         in_(in),
-        n_(in.samples()),
         // Rows that lie a multiple of 4096 bytes apart would share their places in the cache.
-        stride_((n_ + 127) / 64 * 64),
+        stride_((in.samples() + 127) / 64 * 64),
         reach_(reach),
         side_(2 * std::int64_t{reach} + 1),
-        prefix_(n_),
+        prefix_(in.samples()),
         block_(stride_ * static_cast<std::size_t>(std::min<std::int64_t>(side_, in.height) - 1)) {}
 
-  void next(int y, Key* line) {
+  // Makes ready for fill around y.
+  void moveTo(int y) {
     const std::int64_t oldest = std::int64_t{y} - reach_;
     const std::int64_t newest = std::min<std::int64_t>(std::int64_t{y} + reach_, in_.height - 1);
-    const bool prefixOnly = oldest <= 0 || oldest % side_ == 0;
-    while (read_ < newest) readRow();
-    if (read_ == newest && !prefixOnly && newest % side_ != 0) {
-      ++read_;
-      return rows_.advance(in_.row(static_cast<int>(newest)), row(newest), prefix_.data(), row(oldest), line, n_);
+    while (read_ < newest) {
+      readRow(read_++);
+      read(0, in_.samples());
     }
-    if (read_ == newest) readRow();
-    if (prefixOnly) {
-      std::copy_n(prefix_.data(), n_, line);
-    } else if (oldest / side_ == newest / side_) {  // both in the image's last block, which is not complete
-      if (!finished_) finishBlock(newest);
-      finished_ = true;
-      std::copy_n(row(oldest), n_, line);
-    } else {
-      rows_.meet(row(oldest), prefix_.data(), line, n_);
-    }
+    newRow_ = nullptr;
+    if (read_ == newest) readRow(read_++);
+    // A window that begins above the image or with a block is the prefix alone.
+    suffix_ = oldest <= 0 || oldest % side_ == 0 ? nullptr : row(oldest);
+    suffixOnly_ = suffix_ && oldest / side_ == newest / side_;
+    if (!suffixOnly_ || finished_) return;
+    finished_ = true;
+    finishBlock(newest);  // the image's last one, which is not complete
+  }
+
+  // line = the extrema of n columns from `at` on. Each column once after moveTo.
+  void fill(std::size_t at, std::size_t n, Key* line) {
+    if (newRow_ && !begins_ && suffix_)
+      return rows_.advance(newRow_ + at, place_ + at, &prefix_[at], suffix_ + at, line, n);
+    read(at, n);
+    if (suffixOnly_)
+      std::copy_n(suffix_ + at, n, line);
+    else if (suffix_)
+      rows_.meet(suffix_ + at, &prefix_[at], line, n);
+    else
+      std::copy_n(&prefix_[at], n, line);
   }
 
  private:
-  void readRow() {
-    const std::int64_t y = read_++;
-    const S* const in = in_.row(static_cast<int>(y));
-    if (y % side_ != 0) return rows_.extend(in, row(y), prefix_.data(), n_);
-    if (y > 0) finishBlock(y - 1);
-    rows_.begin(in, prefix_.data(), n_);
+  void readRow(std::int64_t y) {
+    newRow_ = in_.row(static_cast<int>(y));
+    begins_ = y % side_ == 0;
+    if (!begins_)
+      place_ = row(y);
+    else if (y > 0)
+      finishBlock(y - 1);
+  }
+
+  void read(std::size_t at, std::size_t n) {
+    if (!newRow_) return;
+    if (begins_)
+      rows_.begin(newRow_ + at, &prefix_[at], n);
+    else
+      rows_.extend(newRow_ + at, place_ + at, &prefix_[at], n);
   }
 
   // Makes the rows of the block that ends with y extrema from each of them to the end.
   void finishBlock(std::int64_t y) {
-    for (; y % side_ > 1; --y) rows_.gather(row(y - 1), row(y), n_);
+    for (; y % side_ > 1; --y) rows_.gather(row(y - 1), row(y), in_.samples());
   }
 
   // The place of row y of the image. The first row of a block has none: whatever begins there is a whole prefix.
@@ -96,42 +116,81 @@ class ColumnExtrema {
 
   const ExtremumRows<S>& rows_;
   const View<const S> in_;
-  const std::size_t n_;
   const std::size_t stride_;
   const int reach_;
   const std::int64_t side_;
-  std::int64_t read_ = 0;  // rows of the image
-  bool finished_ = false;
   std::vector<Key> prefix_;
   std::vector<Key> block_;
+  std::int64_t read_ = 0;        // rows of the image
+  const S* newRow_ = nullptr;    // the one that is read now, if any
+  bool begins_ = false;          // whether it begins a block
+  Key* place_ = nullptr;         // where it is kept otherwise
+  const Key* suffix_ = nullptr;  // of the block before the newest row's, if the window begins there
+  bool suffixOnly_ = false;      // the window ends with the image, in the block it begins in
+  bool finished_ = false;        // the last block
 };
 
-// in and out may be the same image.
+// The same over three rows, which is less work without prefixes and suffixes.
 template <class S>
-int pickSquare(const ExtremumRows<S>& rows, View<const S> in, View<S> out, int size, View<const std::uint8_t> mask) {
+class ThreeRows {
+ public:
   using Key = typename RankKey<S>::Type;
-  if (in.height == 0) return 1;
 
-  // A window that reaches from the first to the last row or column grows no further.
-  const int reachDown = std::min(size, in.height - 1);
-  const int reachAcross = std::min(size, in.width - 1);
+  ThreeRows(const ExtremumRows<S>& rows, View<const S> in, View<S> out)
+      : rows_(rows), window_(in, out, {.above = 1, .below = 1}) {}
+
+  void moveTo(int y) { around_ = window_.rows(y); }
+  void fill(std::size_t at, std::size_t n, Key* line) {
+    rows_.downThree(around_[0] + at, around_[1] + at, around_[2] + at, line, n);
+  }
+
+ private:
+  const ExtremumRows<S>& rows_;
+  Window<S> window_;
+  const S* const* around_ = nullptr;
+};
+
+// Rows of extrema down the columns, and across them into out; in and out may be the same image.
+template <class S, class Columns>
+int pickAcross(const ExtremumRows<S>& rows, Columns columns, View<const S> in, View<S> out, int down, int across,
+               View<const std::uint8_t> mask) {
+  // A part of a row goes all the way while it is in the nearest cache: 3072 bytes, a whole number of pixels.
+  constexpr std::size_t part = 3072 / sizeof(S);
   const std::size_t n = in.samples();
   const auto step = static_cast<std::size_t>(in.channels);
-  const std::size_t side = 2 * static_cast<std::size_t>(reachAcross) + 1;
-  const std::size_t margin = static_cast<std::size_t>(reachAcross) * step;
+  const std::size_t margin = static_cast<std::size_t>(across) * step;
+  std::vector<typename RankKey<S>::Type> line(n + 2 * margin);
 
-  ColumnExtrema<S> columns(rows, in, reachDown);
-  std::vector<Key> line(n + 2 * margin);
   for (int y = 0; y < in.height; ++y) {
+    Joining<S> joining{.line = line.data(),
+                       .side = 2 * static_cast<std::size_t>(across) + 1,
+                       .step = step,
+                       .out = out.row(y),
+                       .in = in.row(y),
+                       .mask = mask.first ? mask.row(y) : nullptr};
     std::fill_n(line.data(), margin, rows.neutral);
     std::fill_n(line.data() + margin + n, margin, rows.neutral);
-    columns.next(y, line.data() + margin);
-    if (mask.first)
-      rows.acrossMasked(line.data(), side, step, mask.row(y), in.row(y), out.row(y), n);
-    else
-      rows.across(line.data(), side, step, out.row(y), n);
+    columns.moveTo(y);
+    for (std::size_t at = 0; at < n; at += part) {
+      const std::size_t count = std::min(part, n - at);
+      if (y + down + 1 < in.height) fetchAhead(in.row(y + down + 1) + at, count * sizeof(S));
+      if (y + 1 < in.height) fetchAhead(out.row(y + 1) + at, count * sizeof(S));
+      columns.fill(at, count, line.data() + margin + at);
+      const bool last = at + count == n;
+      rows.across(joining, margin + at + count + (last ? margin : 0), last);
+    }
   }
   return 1;
+}
+
+template <class S>
+int pickSquare(const ExtremumRows<S>& rows, View<const S> in, View<S> out, int size, View<const std::uint8_t> mask) {
+  if (in.height == 0) return 1;
+  // A window that reaches from the first to the last row or column grows no further.
+  const int down = std::min(size, in.height - 1);
+  const int across = std::min(size, in.width - 1);
+  if (down == 1) return pickAcross(rows, ThreeRows<S>(rows, in, out), in, out, down, across, mask);
+  return pickAcross(rows, ColumnExtrema<S>(rows, in, down), in, out, down, across, mask);
 }
 
 int pickOnce(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum extremum) {

@@ -72,46 +72,22 @@ struct Rows {
     for (size_t i = 0; i < n; ++i) row[i] = pick(row[i], next[i]);
   }
 
-  template <int... index>
-  static void downRows(const S* const* rows, K* __restrict line, size_t n) {
-    const S* const in[] = {rows[index]...};
-    for (size_t i = 0; i < n; ++i) {
-      K key = keyOf(in[0][i]);
-      ((key = pick(key, keyOf(in[index][i]))), ...);
-      line[i] = key;
-    }
+  static void downThree(const S* __restrict above, const S* __restrict here, const S* __restrict below,
+                        K* __restrict line, size_t n) {
+    for (size_t i = 0; i < n; ++i) line[i] = pick(pick(keyOf(above[i]), keyOf(here[i])), keyOf(below[i]));
   }
 
-  static void down(const S* const* rows, int count, K* line, size_t n) {
-    switch (count) {
-      case 1: return downRows<0>(rows, line, n);
-      case 2: return downRows<0, 1>(rows, line, n);
-      case 3: return downRows<0, 1, 2>(rows, line, n);
-      case 4: return downRows<0, 1, 2, 3>(rows, line, n);
-      case 5: return downRows<0, 1, 2, 3, 4>(rows, line, n);
-      case 6: return downRows<0, 1, 2, 3, 4, 5>(rows, line, n);
-      case 7: return downRows<0, 1, 2, 3, 4, 5, 6>(rows, line, n);
-    }
+  // line[i] = pick over four keys, so far apart, from i on.
+  static void join(K* line, size_t apart, size_t from, size_t to) {
+    const K* const second = line + apart;
+    const K* const third = second + apart;
+    const K* const fourth = third + apart;
+    RASTERKIT_READS_AHEAD
+    for (size_t i = from; i < to; ++i) line[i] = pick(line[i], second[i], third[i], fourth[i]);
   }
 
-  // Joins windows in fours, in place, until at most four of them cover the side; gives the keys that each then covers.
-  static size_t join(K* line, size_t side, size_t step, size_t n) {
-    const size_t length = n + (side - 1) * step;
-    size_t covered = 1;
-    for (; covered * 4 < side; covered *= 4) {
-      const K* const second = line + covered * step;
-      const K* const third = second + covered * step;
-      const K* const fourth = third + covered * step;
-      const size_t joined = length - (covered * 4 - 1) * step;
-      RASTERKIT_READS_AHEAD
-      for (size_t i = 0; i < joined; ++i) line[i] = pick(line[i], second[i], third[i], fourth[i]);
-    }
-    return covered;
-  }
-
-  // out[i] = the pick over the side, from windows that cover so many keys each; the last two overlap.
-  template <class T>
-  static void finish(const K* __restrict line, size_t covered, size_t side, size_t step, T* __restrict out, size_t n) {
+  // out[i] = the pick over the side, from keys that cover so many pixels each; the last two overlap.
+  static void finish(const K* __restrict line, size_t covered, size_t side, size_t step, S* __restrict out, size_t n) {
     const K* const second = line + covered * step;
     const K* const third = second + covered * step;
     const K* const last = line + (side - covered) * step;
@@ -126,25 +102,56 @@ struct Rows {
     }
   }
 
-  static void across(K* line, size_t side, size_t step, S* out, size_t n) {
-    const size_t covered = join(line, side, step, n);
-    finish(line, covered, side, step, out, n);
+  template <size_t step>
+  static void keepUnmasked(const uint8_t* mask, const S* in, S* out, const S* picked, size_t pixels) {
+    for (size_t x = 0; x < pixels; ++x)
+      for (size_t c = 0; c < step; ++c) out[x * step + c] = mask[x] ? picked[x * step + c] : in[x * step + c];
   }
 
-  static void acrossMasked(K* line, size_t side, size_t step, const uint8_t* mask, const S* in, S* out, size_t n) {
-    constexpr size_t block = 256;  // samples
-    const size_t covered = join(line, side, step, n);
+  static void finishMasked(const Joining<S>& joining, size_t covered, size_t to) {
+    constexpr size_t block = 240;  // a multiple of every step
     S picked[block];
-    const size_t pixels = block / step;
-    for (size_t i = 0; i < n; i += pixels * step, mask += pixels) {
-      const size_t count = least(pixels * step, n - i);
-      finish(line + i, covered, side, step, picked, count);
-      for (size_t j = 0; j < count; ++j) out[i + j] = mask[j / step] ? picked[j] : in[i + j];
+    for (size_t i = joining.done; i < to; i += block) {
+      const size_t count = least(block, to - i);
+      finish(joining.line + i, covered, joining.side, joining.step, picked, count);
+      const uint8_t* const mask = joining.mask + i / joining.step;
+      const size_t pixels = count / joining.step;
+      switch (joining.step) {
+        case 1: keepUnmasked<1>(mask, joining.in + i, joining.out + i, picked, pixels); break;
+        case 2: keepUnmasked<2>(mask, joining.in + i, joining.out + i, picked, pixels); break;
+        case 3: keepUnmasked<3>(mask, joining.in + i, joining.out + i, picked, pixels); break;
+        case 4: keepUnmasked<4>(mask, joining.in + i, joining.out + i, picked, pixels); break;
+      }
     }
   }
 
+  // How far a step gets with so many keys known: whole vectors, until the last of them are known too.
+  static size_t reached(size_t from, size_t known, size_t ahead, bool last) {
+    constexpr size_t aligned = 192;  // a multiple of every step and of the samples in the widest vector
+    const size_t to = known > ahead ? known - ahead : 0;
+    return greatest(from, last ? to : to / aligned * aligned);
+  }
+
+  // Windows are joined in fours, in place, until at most four of them cover the side. Each level changes the keys
+  // before its own end only, and needs keys that the level before has finished.
+  static void across(Joining<S>& joining, size_t known, bool last) {
+    const size_t side = joining.side, step = joining.step;
+    size_t covered = 1;
+    for (size_t* joined = joining.joined; covered * 4 < side; covered *= 4, ++joined) {
+      const size_t to = reached(*joined, known, covered * 3 * step, last);
+      join(joining.line, covered * step, *joined, to);
+      known = *joined = to;
+    }
+    const size_t from = joining.done, to = reached(from, known, (side - covered) * step, last);
+    if (joining.mask)
+      finishMasked(joining, covered, to);
+    else
+      finish(joining.line + from, covered, side, step, joining.out + from, to - from);
+    joining.done = to;
+  }
+
   static constexpr ExtremumRows<S> table(K neutral) {
-    return {neutral, begin, extend, advance, meet, gather, down, across, acrossMasked};
+    return {neutral, begin, extend, advance, meet, gather, downThree, across};
   }
 };
 

@@ -17,7 +17,23 @@ struct RankKey<float> {
   using Type = int32_t;
 };
 
-// Rows of n samples that pick the least, or the greatest, of several. Rows do not overlap unless it is said.
+// One row's way from keys to samples: windows of `side` pixels across the line, joined as far as the line is known.
+template <class S>
+struct Joining {
+  using Key = typename RankKey<S>::Type;
+
+  Key* line;            // n + (side - 1) * step keys; used up
+  size_t side;          // pixels
+  size_t step;          // samples a pixel
+  S* out;               // n samples
+  const S* in;          // what out keeps where the mask is 0; may be out
+  const uint8_t* mask;  // one byte a pixel; null: everywhere
+
+  size_t joined[16] = {};  // keys at the beginning of the line that cover 4, 16, 64 ... pixels
+  size_t done = 0;         // samples written
+};
+
+// Rows of n samples that pick the least, or the greatest, of several. Rows do not overlap.
 template <class S>
 struct ExtremumRows {
   using Key = typename RankKey<S>::Type;
@@ -35,13 +51,13 @@ struct ExtremumRows {
   void (*meet)(const Key* suffix, const Key* prefix, Key* line, size_t n);
   // row = pick(row, next)
   void (*gather)(Key* row, const Key* next, size_t n);
-  // line[i] = pick over so many rows, 1 to 8
-  void (*down)(const S* const* rows, int count, Key* line, size_t n);
+  // line = pick(above, here, below)
+  void (*downThree)(const S* above, const S* here, const S* below, Key* line, size_t n);
 
-  // out[i] = pick over line[i + j * step], j from 0 to side - 1. line has n + (side - 1) * step keys and is used up.
-  void (*across)(Key* line, size_t side, size_t step, S* out, size_t n);
-  // The same where mask is not 0, else in; one mask byte a pixel of step samples. in and out may be the same row.
-  void (*acrossMasked)(Key* line, size_t side, size_t step, const uint8_t* mask, const S* in, S* out, size_t n);
+  // out[i] = pick over line[i + j * step], j from 0 to side - 1, as far as the first `known` keys of the line allow.
+  // last: there are no more of them.
+  // known is a multiple of step.
+  void (*across)(Joining<S>& joining, size_t known, bool last);
 };
 
 struct ExtremumTables {
