@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "catalogue/catalogue.h"
+#include "catalogue/describe.h"
 
 namespace rasterkit::catalogue {
 namespace {
@@ -172,13 +173,13 @@ const Parameter* Operation::find(std::string_view parameter) const {
   return found == parameters.end() ? nullptr : &*found;
 }
 
-std::string Operation::refusal(const CPxImage& source) const {
+std::string Operation::refusal(const CPxImage& source, std::string_view subject) const {
+  const std::string has = ", " + std::string(subject) + " has ";
   if (std::ranges::find(accepts.channels, source.channels) == accepts.channels.end()) {
     std::string counts;
     for (std::size_t i = 0; i < accepts.channels.size(); ++i)
       counts += (i == 0 ? "" : i + 1 == accepts.channels.size() ? " or " : ", ") + std::to_string(accepts.channels[i]);
-    return "needs " + counts + (counts == "1" ? " channel" : " channels") + ", this has " +
-           std::to_string(source.channels);
+    return "needs " + counts + (counts == "1" ? " channel" : " channels") + has + std::to_string(source.channels);
   }
   const unsigned samples = source.bitsPerSample <= 8    ? byteSamples
                            : source.bitsPerSample <= 16 ? wordSamples
@@ -187,11 +188,14 @@ std::string Operation::refusal(const CPxImage& source) const {
   if (!(accepts.samples & samples)) {
     const char* const names[] = {"",      "8-bit",          "16-bit",          "8-bit or 16-bit",
                                  "float", "8-bit or float", "16-bit or float", "8-bit, 16-bit or float"};
-    return std::string("needs ") + names[accepts.samples & anySample] + " samples, this has " +
+    return std::string("needs ") + names[accepts.samples & anySample] + " samples" + has +
            (samples == deepSamples ? std::to_string(source.bitsPerSample) + "-bit" : names[samples]) + " samples";
   }
-  if (!accepts.models.empty() && std::ranges::find(accepts.models, source.colorModel) == accepts.models.end())
-    return "does not take images of this colour model";
+  if (!accepts.models.empty() && std::ranges::find(accepts.models, source.colorModel) == accepts.models.end()) {
+    std::string models;
+    for (const COLOR_MODEL model : accepts.models) models += (models.empty() ? "" : " or ") + modelName(model);
+    return "needs an image in " + models + ", " + std::string(subject) + " is " + modelName(source.colorModel);
+  }
   return accepts.refuses ? accepts.refuses(source) : "";
 }
 

@@ -157,7 +157,7 @@ struct Operation {
 
   const Parameter* find(std::string_view parameter) const;
   /// "" where the operation processes such images, else why not: "needs 1 channel, this has 3".
-  std::string refusal(const CPxImage& source) const;
+  std::string refusal(const CPxImage& source, std::string_view subject = "this") const;
 };
 
 // A call --------------------------------------------------------------------------------------------------------------

@@ -1,0 +1,365 @@
+// Runs the built program as a user does.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "catalogue/catalogue.h"
+#include "tests/support/files.h"
+#include "tests/support/picture.h"
+#include "tools/failure.h"
+#include "tools/image_file.h"
+
+namespace rasterkit::tools {
+namespace {
+
+using namespace test;
+
+struct Outcome {
+  int code = -1;
+  std::string out;
+  std::string errors;
+};
+
+Outcome shell(const std::string& command) {
+  const std::string out = temporaryFile("out");
+  const std::string errors = temporaryFile("errors");
+  const int status = std::system(("{ " + command + "\n} >" + out + " 2>" + errors).c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentOf(out), contentOf(errors)};
+}
+
+const std::string kTool = RASTERKIT_TOOL;
+Outcome tool(const std::string& arguments) { return shell(kTool + " " + arguments); }
+
+// Fails with the expected code and one line that holds the words.
+void expectFailure(const std::string& arguments, int code, const std::string& words) {
+  const Outcome outcome = tool(arguments);
+  EXPECT_EQ(outcome.code, code) << arguments << ": " << outcome.errors;
+  EXPECT_NE(outcome.errors.find(words), std::string::npos) << arguments << ": " << outcome.errors;
+  EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1) << arguments << ": " << outcome.errors;
+  EXPECT_EQ(outcome.out, "") << arguments;
+}
+
+std::string folder() {
+  const std::string path = temporaryFile("folder");
+  std::filesystem::create_directory(path);
+  return path + "/";
+}
+
+std::size_t filesIn(const std::string& path) {
+  const std::filesystem::directory_iterator entries(path);
+  return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+void write(const std::string& path, const CPxImage& image) { writeImageFile(path, {&image, 1}); }
+void write(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+CPxImage read(const std::string& path) { return readImageFile(path).pages.at(0); }
+
+struct Program : testing::Test {
+  std::string in = folder();
+  std::string out = folder();
+  std::string photo = in + "photo.png";
+  std::string colour = in + "colour.png";
+  CPxImage grey = gray8({{100, 127, 128}, {129, 0, 255}});
+
+  void SetUp() override {
+    write(photo, grey);
+    write(colour, rgb8({{1, 2, 3, 4, 5, 6}}));
+  }
+};
+
+const Table kThresholded = {{0, 0, 255}, {255, 0, 255}};
+
+TEST_F(Program, runsStepsOnAnImage) {
+  const Outcome outcome = tool("run " + photo + " -o " + out + "out.png threshold level=128");
+  EXPECT_EQ(outcome.code, 0) << outcome.errors;
+  EXPECT_EQ(outcome.out + outcome.errors, "");
+  EXPECT_PICTURE(read(out + "out.png"), gray8(kThresholded));
+
+  EXPECT_EQ(tool("run " + photo + " cut level=128 keep=lower cut level=127 keep=upper -o " + out + "both.tif").code, 0);
+  EXPECT_PICTURE(read(out + "both.tif"), gray8({{0, 127, 128}, {255, 0, 255}}));
+}
+
+TEST_F(Program, convertsWithoutSteps) {
+  EXPECT_EQ(tool("run " + photo + " -o " + out + "same.bmp").code, 0);
+  EXPECT_PICTURE(read(out + "same.bmp"), grey);
+}
+
+TEST_F(Program, takesStepsFromAFile) {
+  write(in + "steps.txt", "# keep the dark\ncut level=128 keep=lower   # then\n\ncut level=127 keep=upper\n");
+  EXPECT_EQ(tool("run " + photo + " --recipe " + in + "steps.txt -o " + out + "out.png").code, 0);
+  EXPECT_PICTURE(read(out + "out.png"), gray8({{0, 127, 128}, {255, 0, 255}}));
+  EXPECT_EQ(tool("run " + photo + " --recipe " + in + "steps.txt -o " + out + "out.png threshold level=128").code, 0);
+  EXPECT_PICTURE(read(out + "out.png"), gray8({{0, 0, 255}, {255, 0, 255}}));
+}
+
+TEST_F(Program, readsImagesNamedInSteps) {
+  write(in + "plane.png", gray8({{9, 8}}));
+  EXPECT_EQ(tool("run " + colour + " -o " + out + "out.png setplane plane=1 other=" + in + "plane.png").code, 0);
+  EXPECT_PICTURE(read(out + "out.png"), rgb8({{1, 9, 3, 4, 8, 6}}));
+  expectFailure("run " + colour + " -o " + out + "no.png setplane plane=1 other=" + in + "missing.png",
+                ExitCode::unreadable, "missing.png: no such file");
+  expectFailure("run " + colour + " -o " + out + "no.png setplane plane=1 other=" + photo, ExitCode::refused,
+                "setplane did not process");
+}
+
+TEST_F(Program, mayWriteOverItsInput) {
+  std::filesystem::permissions(photo, std::filesystem::perms(0640));
+  EXPECT_EQ(tool("run " + photo + " -o " + photo + " threshold level=128").code, 0);
+  EXPECT_PICTURE(read(photo), gray8(kThresholded));
+  EXPECT_EQ(std::filesystem::status(photo).permissions(), std::filesystem::perms(0640));
+  EXPECT_EQ(filesIn(in), 2u) << "no temporary file is left";
+}
+
+TEST_F(Program, writesThroughALinkToTheFile) {
+  std::filesystem::create_symlink(photo, out + "link.png");
+  EXPECT_EQ(tool("run " + photo + " -o " + out + "link.png threshold level=128").code, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(out + "link.png"));
+  EXPECT_PICTURE(read(photo), gray8(kThresholded));
+}
+
+TEST_F(Program, leavesTheOutputAloneWhenItFails) {
+  const std::string before = contentOf(photo);
+  expectFailure("run " + colour + " -o " + photo + " threshold level=128", ExitCode::refused,
+                "threshold needs 1 channel, " + colour + " has 3");
+  EXPECT_EQ(contentOf(photo), before);
+  expectFailure("run " + photo + " -o " + out + "x.jpg setplane plane=1 other=" + photo, ExitCode::refused,
+                "setplane needs");
+  write(in + "float.tif", grayFloat({{0.5}}));
+  expectFailure("run " + in + "float.tif -o " + photo, ExitCode::unwritable, "a PNG holds");
+  EXPECT_EQ(contentOf(photo), before);
+  EXPECT_EQ(filesIn(out), 0u);
+}
+
+TEST_F(Program, saysWhatIsWrongInARecipe) {
+  const std::string run = "run " + photo + " -o " + out + "x.png ";
+  expectFailure(run + "treshold level=1", ExitCode::badRecipe, "no operation 'treshold'; did you mean 'threshold'?");
+  expectFailure(run + "threshold", ExitCode::badRecipe, "threshold needs level=");
+  expectFailure(run + "threshold lvel=1", ExitCode::badRecipe, "no parameter 'lvel'; did you mean 'level'?");
+  expectFailure(run + "threshold level=bright", ExitCode::badRecipe, "level=bright: needs a whole number");
+  expectFailure(run + "threshold level=1 level=2", ExitCode::badRecipe, "'level' twice");
+  expectFailure(run + "cut level=1 keep=uper", ExitCode::badRecipe, "did you mean upper?");
+  expectFailure(run + "plane plane=9", ExitCode::badRecipe, "must be from 0 to 3");
+  expectFailure(run + "level=1", ExitCode::badRecipe, "belongs to no step");
+  expectFailure(run + "threshold level=1 mask=" + photo, ExitCode::badRecipe, "does not look at a mask");
+  EXPECT_EQ(filesIn(out), 0u);
+}
+
+TEST_F(Program, saysWhatIsWrongWithFiles) {
+  const auto run = [&](const std::string& input) { return "run " + input + " -o " + out + "x.png"; };
+  expectFailure(run(in + "missing.png"), ExitCode::unreadable, "missing.png: no such file");
+  write(in + "text.png", "words");
+  expectFailure(run(in + "text.png"), ExitCode::damaged, "is no PNG, TIFF, JPEG or BMP image");
+  write(in + "short.png", contentOf(photo).substr(0, 40));
+  expectFailure(run(in + "short.png"), ExitCode::damaged, "ends too early");
+  expectFailure(run("/dev/null"), ExitCode::unreadable, "is not a regular file");
+  expectFailure(run(out), ExitCode::unreadable, "holds no file ending in");
+  expectFailure("info " + out + "folder.png", ExitCode::unreadable, "no such file");
+  std::filesystem::create_directory(in + "folder.png");
+  expectFailure("compare " + in + "folder.png " + photo, ExitCode::unreadable, "is a folder");
+
+  expectFailure("run " + photo + " -o " + out + "no/x.png", ExitCode::unwritable, "there is no folder");
+  expectFailure("run " + photo + " -o " + in + "folder.png/x.gif", ExitCode::unwritable, "must end in");
+  expectFailure("run " + photo + " -o /dev/null/x.png", ExitCode::unwritable, "/dev/null");
+  expectFailure("run " + photo + " -o " + photo + "/x.png", ExitCode::unwritable, "there is no folder");
+  EXPECT_EQ(filesIn(out), 0u);
+}
+
+TEST_F(Program, saysWhatMayNotBeReadOrWritten) {
+  // Nothing is forbidden to the superuser, who therefore becomes nobody.
+  const std::string user = ::geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : "";
+  if (shell(user + kTool + " --version").code != 0) GTEST_SKIP() << "the program cannot be run as another user";
+  const auto expectDenied = [&](const std::string& arguments, int code) {
+    const Outcome outcome = shell(user + kTool + " " + arguments);
+    EXPECT_EQ(outcome.code, code) << outcome.errors;
+    EXPECT_NE(outcome.errors.find("permission denied"), std::string::npos) << outcome.errors;
+  };
+  std::filesystem::permissions(photo, std::filesystem::perms::none);
+  expectDenied("run " + photo + " -o " + out + "x.png", ExitCode::unreadable);
+  std::filesystem::permissions(colour, std::filesystem::perms(0444));
+  expectDenied("run " + colour + " -o " + colour, ExitCode::unwritable);
+  std::filesystem::permissions(out, std::filesystem::perms(0555));
+  expectDenied("run " + colour + " -o " + out + "x.png", ExitCode::unwritable);
+}
+
+// The limit stands for a disk that is full.
+TEST_F(Program, leavesNothingTornOnAFullDisk) {
+  const CPxImage big = [] {
+    Random random(1);
+    CPxImage image(CM_GRAY, 8, 500, 500);
+    for (int y = 0; y < 500; ++y)
+      for (int x = 0; x < 500; ++x) setSample(image, x, y, 0, random.between(0, 255));
+    return image;
+  }();
+  write(in + "big.png", big);
+  const std::string before = contentOf(photo);
+  const Outcome outcome = shell("ulimit -f 100; " + kTool + " run " + in + "big.png -o " + photo);
+  EXPECT_EQ(outcome.code, ExitCode::unwritable) << outcome.errors;
+  EXPECT_NE(outcome.errors.find("file too large"), std::string::npos) << outcome.errors;
+  EXPECT_EQ(contentOf(photo), before);
+  EXPECT_EQ(filesIn(in), 3u);
+}
+
+TEST_F(Program, saysWhatIsWrongOnTheCommandLine) {
+  expectFailure("rnu " + photo, ExitCode::usage, "no command 'rnu'; did you mean 'run'?");
+  expectFailure("run " + photo + " --colour", ExitCode::usage, "--colour");
+  expectFailure("run", ExitCode::usage, "which image?");
+  expectFailure("run " + photo + " threshold level=1", ExitCode::usage, "Add -o FILE");
+  expectFailure("run " + photo + " " + colour + " -o " + out + "x.png", ExitCode::usage, "put {stem}");
+  expectFailure("run " + photo + " -o '" + out + "{stm}.png'", ExitCode::usage, "{stm} is unknown");
+  expectFailure("run " + photo + " " + photo + " -o '" + out + "{stem}.png'", ExitCode::usage, "would both be written");
+  expectFailure("run " + photo + " -o " + out + "x.jpg --quality 0", ExitCode::usage, "--quality");
+  expectFailure("completion tcsh", ExitCode::usage, "bash, zsh and fish");
+  EXPECT_EQ(tool("").code, ExitCode::usage);
+}
+
+TEST_F(Program, processesManyFiles) {
+  for (int i = 1; i <= 12; ++i) write(in + "n" + std::to_string(i) + ".png", grey);
+  write(in + "n5.png", "broken");
+  for (const std::string& input : {"'" + in + "n*.png'", in + "n*.png"}) {
+    const std::string to = folder();
+    const Outcome outcome = tool("run " + input + " -o '" + to + "{stem}-bw.png' --jobs 3 threshold level=128");
+    EXPECT_EQ(outcome.code, ExitCode::someFailed) << outcome.errors;
+    EXPECT_EQ(filesIn(to), 11u);
+    EXPECT_PICTURE(read(to + "n12-bw.png"), gray8(kThresholded));
+    EXPECT_NE(outcome.errors.find("n5.png: is no PNG"), std::string::npos) << outcome.errors;
+    EXPECT_NE(outcome.errors.find("12 files: 11 done, 1 failed"), std::string::npos) << outcome.errors;
+  }
+  // A folder; its own name for each; only the errors.
+  const Outcome outcome = tool("run " + in + " -o " + out + " --quiet");
+  EXPECT_EQ(outcome.code, ExitCode::someFailed);
+  EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1) << outcome.errors;
+  EXPECT_EQ(filesIn(out), 13u);
+}
+
+TEST_F(Program, numbersOutputs) {
+  for (int i = 0; i < 10; ++i) write(in + "i" + std::to_string(i) + ".png", gray8({{static_cast<double>(i)}}));
+  EXPECT_EQ(tool("run '" + in + "i?.png' -q -o '" + out + "{index}.{ext}'").code, 0);
+  EXPECT_PICTURE(read(out + "01.png"), gray8({{0}}));
+  EXPECT_PICTURE(read(out + "10.png"), gray8({{9}}));
+}
+
+TEST_F(Program, resumes) {
+  const std::string command = "run " + photo + " " + colour + " -o '" + out + "{name}' --resume";
+  EXPECT_EQ(tool(command).code, 0);
+  std::filesystem::remove(out + "photo.png");
+  write(out + "colour.png", "done before, left alone");
+  const Outcome outcome = tool(command);
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_NE(outcome.errors.find("2 files: 1 done, 1 skipped, 0 failed"), std::string::npos) << outcome.errors;
+  EXPECT_PICTURE(read(out + "photo.png"), grey);
+  EXPECT_EQ(contentOf(out + "colour.png"), "done before, left alone");
+  // A newer input is done again.
+  std::filesystem::last_write_time(colour,
+                                   std::filesystem::last_write_time(out + "colour.png") + std::chrono::seconds(5));
+  EXPECT_EQ(tool(command).code, 0);
+  EXPECT_PICTURE(read(out + "colour.png"), read(colour));
+}
+
+TEST_F(Program, stopsWithoutTornFiles) {
+  Random random(1);
+  CPxImage image(CM_RGB, 16, 700, 700);
+  for (int y = 0; y < 700; ++y)
+    for (int x = 0; x < 2100; ++x)
+      static_cast<unsigned short*>(image.Get2DBuffer()[y])[x] = static_cast<unsigned short>(random.bits());
+  write(in + "0.png", image);
+  for (int i = 1; i < 40; ++i) std::filesystem::create_hard_link(in + "0.png", in + std::to_string(i) + ".png");
+  const Outcome outcome =
+      shell(kTool + " run '" + in + "[0-9]*.png' -o " + out + " --jobs 2 & pid=$!; " + "while [ -z \"$(ls " + out +
+            ")\" ]; do sleep 0.01; done; kill -INT $pid; wait $pid; exit $?");
+  EXPECT_EQ(outcome.code, ExitCode::interrupted) << outcome.errors;
+  EXPECT_NE(outcome.errors.find("stopped; 40 files"), std::string::npos) << outcome.errors;
+  EXPECT_LT(filesIn(out), 40u);
+  for (const auto& entry : std::filesystem::directory_iterator(out)) {
+    EXPECT_EQ(entry.path().extension(), ".png") << "no temporary file is left";
+    EXPECT_PICTURE(read(entry.path().string()), image);
+  }
+}
+
+TEST_F(Program, processesEveryPage) {
+  const CPxImage pages[] = {grey, gray8({{1, 200}})};
+  writeImageFile(in + "pages.tif", pages);
+  EXPECT_EQ(tool("run " + in + "pages.tif -o " + out + "pages.tif threshold level=128").code, 0);
+  const auto made = readImageFile(out + "pages.tif").pages;
+  ASSERT_EQ(made.size(), 2u);
+  EXPECT_PICTURE(made[0], gray8(kThresholded));
+  EXPECT_PICTURE(made[1], gray8({{0, 255}}));
+  expectFailure("run " + in + "pages.tif -o " + out + "pages.png", ExitCode::unwritable, "write a .tif");
+}
+
+TEST_F(Program, tellsWhatStepsCost) {
+  const Outcome outcome = tool("run " + photo + " -o " + out + "x.png --time threshold level=128");
+  EXPECT_EQ(outcome.code, 0);
+  for (const char* line : {"read ", "threshold level=128 ", "write ", "peak of the program"})
+    EXPECT_NE(outcome.errors.find(std::string("\n") + line), std::string::npos) << line << "\n" << outcome.errors;
+}
+
+TEST_F(Program, showsWhatImagesAre) {
+  const Outcome outcome = tool("info " + photo + " " + colour);
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.out, photo + ": PNG, 3 x 2, grey, 8-bit, samples 0..255\n" + colour +
+                             ": PNG, 2 x 1, RGB, 8-bit, samples 1..4 2..5 3..6\n");
+  EXPECT_EQ(tool("info --json " + photo).out,
+            "{\"file\": \"" + photo +
+                "\", \"format\": \"PNG\", \"images\": [{\"width\": 3, \"height\": 2, \"model\": \"grey\", "
+                "\"channels\": 1, \"bits\": 8, \"palette\": 0, \"ranges\": [[0, 255]]}]}\n");
+}
+
+TEST_F(Program, comparesImages) {
+  EXPECT_EQ(tool("compare " + photo + " " + photo).code, 0);
+  write(in + "other.png", gray8({{100, 127, 128}, {129, 10, 250}}));
+  const Outcome outcome = tool("compare " + photo + " " + in + "other.png -o " + out + "difference.png");
+  EXPECT_EQ(outcome.code, ExitCode::different);
+  EXPECT_EQ(outcome.out.substr(0, outcome.out.find(", mean")), "differ: 2 of 6 pixels (33.33 %), greatest 10 at 1,1");
+  EXPECT_PICTURE(read(out + "difference.png"), gray8({{0, 0, 0}, {0, 255, 127}}));
+  EXPECT_EQ(tool("compare " + photo + " " + colour).code, ExitCode::different);
+  EXPECT_EQ(tool("compare --json " + photo + " " + in + "other.png").out.substr(0, 63),
+            "{\"equal\": false, \"comparable\": true, \"pixels\": 2, \"samples\": 2,");
+}
+
+TEST_F(Program, explainsEveryOperation) {
+  const std::string listed = tool("list").out;
+  const std::string json = tool("list --json").out;
+  for (const auto& operation : catalogue::operations()) {
+    const Outcome outcome = tool("help " + operation.name);
+    EXPECT_EQ(outcome.code, 0) << operation.name;
+    EXPECT_EQ(outcome.out.find(operation.name + ": " + operation.summary), 0u) << outcome.out;
+    for (const auto& parameter : operation.parameters)
+      EXPECT_NE(outcome.out.find("\n  " + parameter.name + " "), std::string::npos) << outcome.out;
+    EXPECT_NE(listed.find(operation.name + " "), std::string::npos);
+    EXPECT_NE(json.find("{\"name\": \"" + operation.name + "\""), std::string::npos);
+  }
+  for (int code = 0; code <= 9; ++code)
+    EXPECT_NE(tool("help exit-codes").out.find("  " + std::to_string(code) + "  "), std::string::npos);
+  expectFailure("help treshold", ExitCode::badRecipe, "did you mean 'threshold'?");
+}
+
+TEST_F(Program, completesInBash) {
+  const auto complete = [&](const std::string& words, int index) {
+    return shell("bash -c '. <(" + kTool + " completion bash); COMP_WORDS=(" + words + "); COMP_CWORD=" +
+                 std::to_string(index) + "; compopt() { :; }; _rasterkit; printf \"%s\\n\" \"${COMPREPLY[@]}\"'");
+  };
+  EXPECT_EQ(complete("rasterkit inf", 1).out, "info\n");
+  EXPECT_EQ(complete("rasterkit help thresh", 2).out, "threshold\n");
+  EXPECT_EQ(complete("rasterkit run a.png thresh", 3).out, "threshold\n");
+  EXPECT_EQ(complete("rasterkit run a.png threshold lev", 4).out, "level=\n");
+  EXPECT_EQ(complete("rasterkit run a.png cut keep = up", 6).out, "upper\n");
+  EXPECT_EQ(complete("rasterkit run a.png --res", 3).out, "--resume\n");
+  EXPECT_EQ(complete("rasterkit run a.png cut ke", 4).errors, "");
+}
+
+TEST_F(Program, hasCompletionForOtherShellsAndAManual) {
+  for (const char* what : {"completion zsh", "completion fish", "manual"}) {
+    const Outcome outcome = tool(what);
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_NE(outcome.out.find("threshold"), std::string::npos) << what;
+  }
+}
+
+}  // namespace
+}  // namespace rasterkit::tools

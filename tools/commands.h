@@ -1,0 +1,37 @@
+#pragma once
+/// The commands. Each prints its result on standard output and returns the exit code, or throws Failure.
+
+#include <string>
+#include <vector>
+
+#include "tools/image_file.h"
+
+namespace rasterkit::tools {
+
+struct RunOptions {
+  std::vector<std::string> words;  ///< inputs, then steps
+  std::string output;              ///< what -o says; "" where only reports are wanted
+  std::string recipeFile;
+  WriteOptions write;
+  int jobs = 0;  ///< 0: one a core
+  bool time = false;
+  bool resume = false;
+  bool quiet = false;
+};
+int run(const RunOptions& options);
+
+int list(bool json);
+/// An operation, "exit-codes" or "recipes".
+int help(const std::string& topic);
+int info(const std::vector<std::string>& inputs, bool json);
+int compare(const std::string& first, const std::string& second, const std::string& output, bool json);
+
+/// The shell's completion file: bash, zsh or fish.
+int completion(const std::string& shell);
+/// The manual page.
+int manual();
+
+/// One line on standard error.
+void complain(const std::string& message);
+
+}  // namespace rasterkit::tools

@@ -1,0 +1,122 @@
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+
+#include "catalogue/catalogue.h"
+#include "catalogue/recipe.h"
+#include "rasterkit/version.h"
+#include "tools/commands.h"
+#include "tools/failure.h"
+
+namespace rasterkit::tools {
+namespace {
+
+// A command that there is not. Options of the program itself come before it.
+void checkCommand(const CLI::App& app, int argc, char** argv) {
+  if (argc < 2 || argv[1][0] == '-') return;
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+  if (std::ranges::find(names, argv[1]) == names.end())
+    throw Failure(ExitCode::usage, "no command '" + std::string(argv[1]) + "'; did you mean '" +
+                                       catalogue::nearest(argv[1], names) + "'?");
+}
+
+int perform(int argc, char** argv) {
+  CLI::App app("Raster image operations. 'rasterkit list' shows them, 'rasterkit help OPERATION' explains one.",
+               "rasterkit");
+  app.set_version_flag("--version", "rasterkit " RASTERKIT_VERSION);
+  app.require_subcommand(0, 1);
+  app.footer("Exit codes: rasterkit help exit-codes. How steps are written: rasterkit help recipes.");
+
+  RunOptions options;
+  CLI::App* const runs = app.add_subcommand("run", "Run a recipe on images");
+  runs->footer("Example: rasterkit run photo.png -o out.png threshold level=128");
+  runs->add_option("words", options.words, "images, patterns or folders, then the steps")->type_name("IN... STEP...");
+  runs->add_option("-o,--output", options.output,
+                   "where the result goes: {stem} {name} {ext} {index} stand for parts of the input's name")
+      ->type_name("FILE");
+  runs->add_option("--recipe", options.recipeFile, "take steps from a file, before those given here")
+      ->type_name("FILE");
+  runs->add_option("-j,--jobs", options.jobs, "process that many images at once (default: one a core)")
+      ->check(CLI::Range(1, 1024));
+  runs->add_flag("--resume", options.resume, "skip inputs whose output exists and is not older");
+  runs->add_flag("--time", options.time, "show what each step cost in time and memory");
+  runs->add_option("--quality", options.write.quality, "of JPEG files")
+      ->check(CLI::Range(1, 100))
+      ->capture_default_str();
+  runs->add_option("--compression", options.write.compression, "of PNG and TIFF files: 0 none, 9 smallest")
+      ->check(CLI::Range(0, 9))
+      ->capture_default_str();
+  runs->add_flag("-q,--quiet", options.quiet, "show errors only");
+
+  bool json = false;
+  CLI::App* const lists = app.add_subcommand("list", "Show the operations");
+  lists->add_flag("--json", json, "as JSON, with everything that is known of them");
+
+  std::string topic;
+  CLI::App* const helps = app.add_subcommand("help", "Explain an operation");
+  helps->add_option("operation", topic, "its name, or exit-codes, or recipes");
+
+  std::vector<std::string> inputs;
+  CLI::App* const infos = app.add_subcommand("info", "Show what images are");
+  infos->add_option("images", inputs, "files, patterns or folders")->required();
+  infos->add_flag("--json", json, "as JSON, one line a file");
+
+  std::string first;
+  std::string second;
+  std::string picture;
+  CLI::App* const compares = app.add_subcommand("compare", "Show how two images differ");
+  compares->add_option("a", first, "an image")->required();
+  compares->add_option("b", second, "another of the same size and type")->required();
+  compares->add_option("-o,--output", picture, "a picture of the differences, the greatest one white")
+      ->type_name("FILE");
+  compares->add_flag("--json", json, "as JSON, one line an image");
+
+  std::string shell;
+  CLI::App* const completes = app.add_subcommand("completion", "Print the completion file of a shell");
+  completes->add_option("shell", shell, "bash, zsh or fish")->required();
+  CLI::App* const manuals = app.add_subcommand("manual", "Print the manual page");
+
+  checkCommand(app, argc, argv);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& wanted) {
+    return app.exit(wanted);
+  } catch (const CLI::ParseError& error) {
+    complain(std::string(error.what()) + "; see: rasterkit --help");
+    return ExitCode::usage;
+  }
+
+  if (runs->parsed()) return run(options);
+  if (lists->parsed()) return list(json);
+  if (infos->parsed()) return info(inputs, json);
+  if (compares->parsed()) return compare(first, second, picture, json);
+  if (completes->parsed()) return completion(shell);
+  if (manuals->parsed()) return manual();
+  if (helps->parsed() && !topic.empty()) return help(topic);
+  std::fputs(app.help().c_str(), stdout);
+  return helps->parsed() ? ExitCode::success : ExitCode::usage;
+}
+
+}  // namespace
+}  // namespace rasterkit::tools
+
+int main(int argc, char** argv) {
+  using namespace rasterkit;
+  try {
+    return tools::perform(argc, argv);
+  } catch (const tools::Failure& failure) {
+    tools::complain(failure.what());
+    return failure.code();
+  } catch (const catalogue::RecipeError& error) {
+    tools::complain(error.what());
+    return tools::ExitCode::badRecipe;
+  } catch (const std::bad_alloc&) {
+    tools::complain("there is not enough memory");
+  } catch (const std::exception& error) {
+    tools::complain(error.what());
+  }
+  return tools::ExitCode::unexpected;
+}
