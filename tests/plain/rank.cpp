@@ -27,18 +27,24 @@ void eachSample(const CPxImage& image, F f) {
       for (int c = 0; c < image.channels; ++c) f(x, y, c);
 }
 
+// The least or greatest sample of the square around each pixel: of each row of the square first, then of those down.
 // Samples repeated beyond the edge are those of the edge, which the square holds already: it is cut there.
-double extremum(const CPxImage& image, int x, int y, int c, int size, bool greatest) {
-  const int left = std::max(x - std::min(size, x), 0), top = std::max(y - std::min(size, y), 0);
-  const int right = x + std::min(size, image.width - 1 - x), bottom = y + std::min(size, image.height - 1 - y);
-  double picked = sampleAt(image, x, y, c);
-  for (int v = top; v <= bottom; ++v) {
-    for (int u = left; u <= right; ++u) {
-      const double sample = sampleAt(image, u, v, c);
-      if (greatest ? ranksBelow(picked, sample) : ranksBelow(sample, picked)) picked = sample;
-    }
-  }
-  return picked;
+CPxImage extrema(const CPxImage& image, int size, bool greatest) {
+  auto pick = [&](double a, double b) { return (greatest ? ranksBelow(a, b) : ranksBelow(b, a)) ? b : a; };
+  CPxImage across = image, square = image;
+  eachSample(image, [&](int x, int y, int c) {
+    double picked = sampleAt(image, x, y, c);
+    const int left = x - std::min(size, x), right = x + std::min(size, image.width - 1 - x);
+    for (int u = left; u <= right; ++u) picked = pick(picked, sampleAt(image, u, y, c));
+    setSample(across, x, y, c, picked);
+  });
+  eachSample(image, [&](int x, int y, int c) {
+    double picked = sampleAt(across, x, y, c);
+    const int top = y - std::min(size, y), bottom = y + std::min(size, image.height - 1 - y);
+    for (int v = top; v <= bottom; ++v) picked = pick(picked, sampleAt(across, x, v, c));
+    setSample(square, x, y, c, picked);
+  });
+  return square;
 }
 
 int once(Call& c, bool greatest) {
@@ -46,9 +52,10 @@ int once(Call& c, bool greatest) {
   if (!source.IsCreated()) return 0;
   c.dst() = source;
   if (!supported(source)) return 0;
+  const CPxImage picked = extrema(source, c.integer("size"), greatest);
   eachSample(source, [&](int x, int y, int channel) {
     if (c.mask && sampleAt(*c.mask, x, y) == 0) return;
-    setSample(c.dst(), x, y, channel, extremum(source, x, y, channel, c.integer("size"), greatest));
+    setSample(c.dst(), x, y, channel, sampleAt(picked, x, y, channel));
   });
   return 1;
 }
@@ -56,14 +63,8 @@ int once(Call& c, bool greatest) {
 int twice(Call& c, bool greatestFirst) {
   const CPxImage& source = c.source();
   if (!source.IsCreated() || !supported(source)) return 0;
-  CPxImage between = source;
-  eachSample(source, [&](int x, int y, int channel) {
-    setSample(between, x, y, channel, extremum(source, x, y, channel, c.integer("size"), greatestFirst));
-  });
-  c.dst() = source;
-  eachSample(source, [&](int x, int y, int channel) {
-    setSample(c.dst(), x, y, channel, extremum(between, x, y, channel, c.integer("size"), !greatestFirst));
-  });
+  const int size = c.integer("size");
+  c.dst() = extrema(extrema(source, size, greatestFirst), size, !greatestFirst);
   return 1;
 }
 
