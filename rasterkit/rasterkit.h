@@ -4,6 +4,7 @@
 #include <rasterkit/analysis/histogram.h>
 #include <rasterkit/analysis/hough.h>
 #include <rasterkit/analysis/peaks.h>
+#include <rasterkit/analysis/shading.h>
 #include <rasterkit/colour/colour.h>
 #include <rasterkit/core/image.h>
 #include <rasterkit/core/levels.h>
