@@ -1,5 +1,7 @@
 #include <rasterkit/point/arithmetic.h>
+#include <rasterkit/point/averaging.h>
 #include <rasterkit/point/threshold.h>
+#include <rasterkit/point/tone.h>
 
 #include <algorithm>
 #include <iterator>
@@ -119,6 +121,109 @@ std::vector<Operation> arithmeticOperations() {
   };
 }
 
+// Tone ----------------------------------------------------------------------------------------------------------------
+
+// Contrast and gamma: the table is made from the coefficient, of as many entries as the image has sample values unless
+// it is said otherwise.
+template <class Processing>
+int remap(Call& c, int (Processing::*apply)(CRect)) {
+  Processing processing(&c.bound());
+  processing.SetCoefficient(c.single("coefficient"));
+  processing.CreateVectorTable(c.has("entries") ? c.integer("entries") : c.bound().bitsPerSample <= 8 ? 256 : 65536);
+  return (processing.*apply)(c.rectangle());
+}
+
+template <class Processing>
+Operation remapping(std::string name, std::string method, std::string summary, int (Processing::*apply)(CRect),
+                    double usual, std::string formula) {
+  std::string example = name + " coefficient=0.8";
+  return {.name = std::move(name),
+          .method = std::move(method),
+          .summary = std::move(summary),
+          .accepts = {.channels = {1, 3, 4}, .samples = wholeSamples},
+          .result = {.where = Where::inPlace, .refusal = Refusal::succeeds},
+          .parameters = {real("coefficient", 1.5).usually(0, usual).help("1 changes nothing"),
+                         integer("entries").range(1, 65536).usually(1, 65536).growing().optional().help(
+                             "the table's size, 256 or 65536 unless given; samples beyond it stay"),
+                         area()},
+          .run = [apply](Call& c) { return remap(c, apply); },
+          .formula = std::move(formula),
+          .example = std::move(example)};
+}
+
+// The values that occur, with their counts, channel by channel.
+std::string countsReport(const CPxPointProcessing& counted) {
+  std::string report = "{\"channels\":[";
+  for (int channel = 0; channel < counted.GetLookupTableCount(); ++channel) {
+    const _PP_LOOKUP_TABLE& table = counted.GetLookupTable(channel);
+    report += channel ? ",[" : "[";
+    bool following = false;
+    for (int value = 0; value < table.nCount; ++value) {
+      if (table.pTable[value] == 0) continue;
+      report += following ? ",[" : "[";
+      report += std::to_string(value) + "," + std::to_string(table.pTable[value]) + "]";
+      following = true;
+    }
+    report += "]";
+  }
+  return report + "]}";
+}
+
+std::vector<Operation> toneOperations() {
+  return {
+      {
+          .name = "brightness",
+          .method = "CPxBrightnessProcessing::Brightness",
+          .summary = "makes the image lighter or darker",
+          .accepts = {.channels = {1, 3, 4}, .refuses = realsNeedOneChannel},
+          .result = {.where = Where::inPlace, .refusal = Refusal::succeeds},
+          .parameters = {integer("value").usually(-255, 255).help("what is added; below 0, what is subtracted")},
+          .run = [](Call& c) { return CPxBrightnessProcessing(&c.bound()).Brightness(c.integer("value")); },
+          .formula = "value > 0: s = min(s + value, 255); else s = max(s + value, 0), low 8 bits",
+          .example = "brightness value=30",
+      },
+      remapping("contrast", "CPxContrastProcessing::Contrast", "multiplies the samples through a table",
+                &CPxContrastProcessing::Contrast, 4,
+                "s = s * coefficient + 0.5, truncated, limited to 0 and entries - 1"),
+      remapping("gamma", "CPxGammaProcessing::Gamma", "raises the samples to a power through a table",
+                &CPxGammaProcessing::Gamma, 2.5, "s = s ^ coefficient, truncated, limited to 0 and entries - 1"),
+      {
+          .name = "counts",
+          .method = "CPxPointProcessing::CalLookupTable",
+          .summary = "counts how often each sample value occurs",
+          .accepts = {.samples = wholeSamples},
+          .result = {.where = Where::data, .refusal = Refusal::untouched},
+          .run =
+              [](Call& c) {
+                CPxPointProcessing counted(&c.source());
+                const int done = counted.CalLookupTable();
+                c.report = countsReport(counted);
+                return done;
+              },
+          .reach = Reach::wholeImage(),
+          .formula = "counts[channel][v] = pixels whose sample in that channel is v",
+          .example = "counts",
+      },
+      {
+          .name = "average",
+          .method = "CPxAveraging::Averaging",
+          .summary = "the mean of several images",
+          .accepts = {.channels = {1, 3, 4}, .samples = wholeSamples},
+          .result = {.refusal = Refusal::varies},
+          .run =
+              [](Call& c) {
+                CPxImageArray images;
+                for (CPxImage* const one : c.series) images.Add(one);
+                return CPxAveraging(&images).Averaging(c.dst(), 0);
+              },
+          .reach = Reach::of(1),
+          .formula = "dst = sum of the samples / count, truncated; the last row and column become 0",
+          .example = "average",
+          .readsSeries = true,
+      },
+  };
+}
+
 }  // namespace
 
 std::vector<Operation> pointOperations() {
@@ -126,6 +231,7 @@ std::vector<Operation> pointOperations() {
   for (auto part : {
            thresholdOperations,
            arithmeticOperations,
+           toneOperations,
        })
     std::ranges::move(part(), std::back_inserter(table));
   return table;

@@ -8,6 +8,7 @@
 #include <rasterkit/colour/colour.h>
 #include <rasterkit/core/image.h>
 #include <rasterkit/core/levels.h>
+#include <rasterkit/core/manager.h>
 #include <rasterkit/core/pixels.h>
 #include <rasterkit/core/processing_base.h>
 #include <rasterkit/geometry/geometry.h>
@@ -16,5 +17,8 @@
 #include <rasterkit/platform/desktop.h>
 #include <rasterkit/platform/framework.h>
 #include <rasterkit/point/arithmetic.h>
+#include <rasterkit/point/averaging.h>
+#include <rasterkit/point/lookup_tables.h>
 #include <rasterkit/point/threshold.h>
+#include <rasterkit/point/tone.h>
 #include <rasterkit/version.h>

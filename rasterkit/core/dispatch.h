@@ -26,6 +26,16 @@ int bySampleType(int bits, F f) {
   return 0;
 }
 
+// As bySampleType, for operations on whole numbers: 0 beyond 16 bits a sample.
+template <class F>
+int byWholeSampleType(int bits, F f) {
+  switch (sampleClass(bits)) {
+    case SampleClass::byte: return f.template operator()<std::uint8_t>();
+    case SampleClass::word: return f.template operator()<std::uint16_t>();
+    default: return 0;
+  }
+}
+
 // f(View<const S>, View<S>) over the rows of both images, which have the same sample class; their result.
 template <class F>
 int bySample(const CPxImage& source, CPxImage& dst, int channels, F f) {

@@ -90,6 +90,8 @@ Colour meanOf(const Bitmap& bitmap, CSize size, int x, int y) {
 
 }  // namespace
 
+void startDesktop() {}
+
 int showSystemMessage(const std::string& text, const std::string& caption, unsigned int, MessageOwner) {
   std::fprintf(stderr, "%s: %s\n", caption.c_str(), text.c_str());
   return 1;
@@ -160,6 +162,8 @@ std::string ownFolder() {
   const std::filesystem::path whole = std::filesystem::canonical(name, failed);
   return failed ? std::string() : (whole.parent_path() / "").string();
 }
+
+char pathSeparator() { return '/'; }
 
 HINSTANCE loadLanguageLibrary(const std::string& path) {
   return static_cast<HINSTANCE>(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));

@@ -8,6 +8,9 @@
 
 namespace rasterkit {
 
+// What the desktop needs before the library shows anything on it; called once.
+void startDesktop();
+
 enum class MessageOwner { none, activeWindow };
 
 // Shows a message through the host's handler or the desktop's own way, and gives the answer. With activeWindow the box
@@ -32,6 +35,9 @@ HINSTANCE ownModule();
 
 // The folder of that module with a separator at its end; empty where it cannot be told.
 std::string ownFolder();
+
+// What stands between the parts of a path.
+char pathSeparator();
 
 // Loads a language library; null when there is none at the path. Windows reads resource libraries; the headless desktop
 // reads shared objects that define `extern "C" const char* rasterkitString(unsigned int id)`, which gives a UTF-8 text

@@ -93,6 +93,8 @@ std::vector<unsigned char> pixelsOf(HDC screen, HBITMAP bitmap, CSize size) {
 
 }  // namespace
 
+void startDesktop() { InitCommonControls(); }
+
 int showSystemMessage(const std::string& text, const std::string& caption, unsigned int style, MessageOwner owner) {
   const HWND active = owner == MessageOwner::activeWindow ? GetActiveWindow() : nullptr;
   return MessageBoxA(active ? GetLastActivePopup(active) : nullptr, text.c_str(), caption.c_str(), style);
@@ -175,6 +177,8 @@ std::string ownFolder() {
   const std::string_view whole(path, GetModuleFileNameA(ownModule(), path, sizeof path));
   return std::string(whole.substr(0, whole.find_last_of('\\') + 1));
 }
+
+char pathSeparator() { return '\\'; }
 
 HINSTANCE loadLanguageLibrary(const std::string& path) { return LoadLibraryA(path.c_str()); }
 

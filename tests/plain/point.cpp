@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -164,14 +166,122 @@ int unite(Call& c) {
   return combine(c, false, [](double s, double o) { return static_cast<int>(s) | static_cast<int>(o); });
 }
 
+// Tone ----------------------------------------------------------------------------------------------------------------
+
+int brightness(Call& c) {
+  CPxImage& image = c.dst();
+  if (!image.IsCreated() || image.width == 0 || image.height == 0) return 0;
+  if (image.channels == 2 || image.bitsPerSample > 32 || (image.bitsPerSample > 16 && image.channels != 1)) return 1;
+  const int value = c.integer("value");
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      for (int i = 0; i < image.channels; ++i) {
+        const double s = sampleAt(image, x, y, i);
+        // The least int cannot be negated in 32 bits: it stays itself, and subtracting it wraps.
+        const int by = value > 0 ? value : wrapped(-std::int64_t{value});
+        const float amount = static_cast<float>(by), sample = static_cast<float>(s);
+        int t = 0;
+        if (image.bitsPerSample > 16)
+          t = truncated(static_cast<double>(value > 0 ? sample + amount : sample - amount));
+        else
+          t = wrapped(static_cast<std::int64_t>(s) + (value > 0 ? std::int64_t{by} : -std::int64_t{by}));
+        setSample(image, x, y, i, lowByte(value > 0 ? std::min(t, 255) : std::max(t, 0)));
+      }
+    }
+  }
+  return 1;
+}
+
+// raw(i) for a sample of i, before it is limited to the table.
+int remap(Call& c, const std::function<double(double)>& raw) {
+  CPxImage& image = c.dst();
+  CRect r = c.rectangle();
+  if (!image.IsCreated()) return 0;
+  if (meansWhole(r)) {
+    r = CRect(0, 0, image.width - 1, image.height - 1);
+  } else {
+    if (r.left > r.right) std::swap(r.left, r.right);
+    if (r.top > r.bottom) std::swap(r.top, r.bottom);
+    if (r.left > image.width - 1 || r.right < 0 || r.top > image.height - 1 || r.bottom < 0) return 0;
+  }
+  if (image.channels == 2 || image.bitsPerSample > 16) return 1;
+  const int entries = c.has("entries") ? c.integer("entries") : image.bitsPerSample <= 8 ? 256 : 65536;
+  for (int y = std::max(r.top, 0); y <= std::min(r.bottom, image.height - 1); ++y) {
+    for (int x = std::max(r.left, 0); x <= std::min(r.right, image.width - 1); ++x) {
+      for (int i = 0; i < image.channels; ++i) {
+        const double s = sampleAt(image, x, y, i);
+        if (s >= entries) continue;
+        const int entry = std::clamp(truncated(raw(s)), 0, entries - 1);
+        setSample(image, x, y, i, image.bitsPerSample <= 8 ? entry % 256 : entry % 65536);
+      }
+    }
+  }
+  return 1;
+}
+
+int contrast(Call& c) {
+  return remap(c, [&](double i) { return i * static_cast<double>(c.single("coefficient")) + 0.5; });
+}
+int gamma(Call& c) {
+  return remap(c, [&](double i) { return std::pow(i, static_cast<double>(c.single("coefficient"))); });
+}
+
+int counts(Call& c) {
+  const CPxImage& image = c.source();
+  const bool counted = image.IsCreated() && image.bitsPerSample <= 16;
+  std::string report = "{\"channels\":[";
+  for (int i = 0; counted && i < image.channels; ++i) {
+    std::map<int, int> found;
+    for (int y = 0; y < image.height; ++y)
+      for (int x = 0; x < image.width; ++x) ++found[static_cast<int>(sampleAt(image, x, y, i))];
+    std::string list;
+    for (const auto& [value, count] : found)
+      if (value < 1 << image.bitsPerSample)
+        list += (list.empty() ? "[" : ",[") + std::to_string(value) + "," + std::to_string(count) + "]";
+    report += (i ? ",[" : "[") + list + "]";
+  }
+  c.report = report + "]}";
+  return counted;
+}
+
+int average(Call& c) {
+  const CPxImage& first = *c.series.at(0);
+  if (!first.IsCreated()) return 0;
+  c.dst() = first;
+  if (c.series.size() == 1) return 1;
+  if (first.channels == 2 || first.bitsPerSample > 16) return 0;
+  const float scale = 1.0F / static_cast<float>(c.series.size());
+  for (int y = 0; y < first.height; ++y) {
+    for (int x = 0; x < first.width; ++x) {
+      for (int i = 0; i < first.channels; ++i) {
+        float sum = 0;
+        for (const CPxImage* const image : c.series) sum += static_cast<float>(sampleAt(*image, x, y, i));
+        const bool edge = x == first.width - 1 || y == first.height - 1;
+        setSample(c.dst(), x, y, i, edge ? 0 : static_cast<int>(scale * sum));
+      }
+    }
+  }
+  return 1;
+}
+
 }  // namespace
 
 Twins pointTwins() {
-  return {{"threshold", threshold}, {"cut", cutOneSide},
-          {"add", addWhole},        {"add-real", addReal},
-          {"sub", subtractWhole},   {"sub-real", subtractReal},
-          {"mul", multiplyWhole},   {"mul-real", multiplyReal},
-          {"div", divide},          {"or", unite}};
+  return {{"threshold", threshold},
+          {"cut", cutOneSide},
+          {"add", addWhole},
+          {"add-real", addReal},
+          {"sub", subtractWhole},
+          {"sub-real", subtractReal},
+          {"mul", multiplyWhole},
+          {"mul-real", multiplyReal},
+          {"div", divide},
+          {"or", unite},
+          {"brightness", brightness},
+          {"contrast", contrast},
+          {"gamma", gamma},
+          {"counts", counts},
+          {"average", average}};
 }
 
 }  // namespace rasterkit::plain
