@@ -11,6 +11,7 @@
 #include <rasterkit/core/manager.h>
 #include <rasterkit/core/pixels.h>
 #include <rasterkit/core/processing_base.h>
+#include <rasterkit/geometry/bitmap.h>
 #include <rasterkit/geometry/geometry.h>
 #include <rasterkit/geometry/regions.h>
 #include <rasterkit/neighbourhood/morphology.h>
