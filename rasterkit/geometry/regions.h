@@ -63,6 +63,13 @@ class RASTERKIT_API CPxMiscProcessing : public CPxImageProcessingBase {
   /// mask     read as one byte a pixel whatever its type, columns up to its width.
   int PasteFrom(CPxImage& src, CRect rect, CPxImage& mask);
 
+  /// Places the image on the clipboard as the bitmap block that CPxDIBConvert::ConvertTo makes of it. Where none is
+  /// made, the clipboard is emptied.
+  ///
+  /// owner    the window that takes the clipboard; null is allowed.
+  /// returns  1, also where the clipboard cannot be opened; 0 without an image (the clipboard as it was).
+  int CopyToClipboard(HWND owner);
+
   /// Returns 1: pasting from the clipboard is not offered.
   int PasteFromClipboard(HWND window);
 };
