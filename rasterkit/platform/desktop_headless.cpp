@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <new>
 
@@ -112,7 +113,9 @@ std::vector<unsigned char> clipboardBlock() {
 HICON makeIcon(const BITMAPINFOHEADER* head, CSize size, DWORD colour) {
   // Beyond this an icon cannot be addressed; far below it, its memory cannot be had.
   if (std::int64_t{size.cx} * size.cy > PTRDIFF_MAX / 4) throw std::bad_alloc();
-  auto icon = std::make_unique<Icon>(size, std::vector<unsigned char>(static_cast<std::size_t>(size.cx) * size.cy * 4));
+  auto icon = std::make_unique<Icon>();
+  icon->size = size;
+  icon->pixels.resize(static_cast<std::size_t>(size.cx) * static_cast<std::size_t>(size.cy) * 4);
 
   const Colour behind{static_cast<unsigned char>(colour >> 16), static_cast<unsigned char>(colour >> 8),
                       static_cast<unsigned char>(colour)};
