@@ -9,7 +9,7 @@ namespace {
 std::vector<Operation> all() {
   std::vector<Operation> table;
   for (auto family : {coreOperations,  //
-                      geometryOperations, pointOperations, rankOperations})
+                      colourOperations, geometryOperations, pointOperations, rankOperations})
     std::ranges::move(family(), std::back_inserter(table));
   return table;
 }

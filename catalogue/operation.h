@@ -151,9 +151,10 @@ struct Operation {
   std::vector<Parameter> parameters;
   std::function<int(Call&)> run;
   Reach reach = {};
-  std::string formula = {};  ///< plain text, as in the header
-  std::string example = {};  ///< a recipe that shows it
-  bool readsSeries = false;  ///< works on several images at once
+  std::string formula = {};                ///< plain text, as in the header
+  std::string example = {};                ///< a recipe that shows it
+  bool readsSeries = false;                ///< works on several images at once
+  std::vector<std::string> alsoUses = {};  ///< other methods, where it chooses by the source's model
 
   const Parameter* find(std::string_view parameter) const;
   /// "" where the operation processes such images, else why not: "needs 1 channel, this has 3".

@@ -5,9 +5,8 @@ namespace rasterkit::plain {
 const Twin* find(const std::string& operation) {
   static const Twins all = [] {
     Twins twins;
-    for (auto family : {coreTwins,  //
-                        geometryTwins,
-                        pointTwins, rankTwins, regionTwins})
+    for (auto family : {colourTwins, coreTwins,  //
+                        geometryTwins, pointTwins, rankTwins, regionTwins})
       twins.merge(family());
     return twins;
   }();

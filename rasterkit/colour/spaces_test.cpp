@@ -1,0 +1,150 @@
+// All 2^24 colours through the colour spaces and back, against the formulas of one pixel.
+
+#include <rasterkit/colour/colour.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "tests/plain/colour.h"
+
+namespace rasterkit {
+namespace {
+
+using Colour = CPxColorProcessing;
+using plain::ColourTriple;
+using plain::SpaceTriple;
+
+// One image for each red: green in the rows, blue in the columns.
+CPxImage sheetOf(int red) {
+  CPxImage sheet(CM_RGB, 8, 256, 256);
+  auto* sample = static_cast<std::uint8_t*>(sheet.GetBuffer());
+  for (int green = 0; green < 256; ++green) {
+    for (int blue = 0; blue < 256; ++blue) {
+      *sample++ = static_cast<std::uint8_t>(blue);
+      *sample++ = static_cast<std::uint8_t>(green);
+      *sample++ = static_cast<std::uint8_t>(red);
+    }
+  }
+  return sheet;
+}
+
+ColourTriple colourAt(int red, int i) { return {red, i >> 8, i & 255}; }
+
+bool sameBits(SpaceTriple expected, const float* actual) { return std::memcmp(&expected, actual, 12) == 0; }
+
+// Compares every colour's way there, and its way back if there is one; how many colours come back as they were.
+template <class There, class Back>
+int comeBack(COLOR_MODEL model, int (*convert)(const CPxImage*, CPxImage*), There there,
+             int (*restore)(const CPxImage*, CPxImage*), Back back) {
+  int exact = 0, wrong = 0;
+  CPxImage space(model, 32, 256, 256), restored(CM_RGB, 8, 256, 256);
+  const auto* values = static_cast<const float*>(space.GetBuffer());
+  const auto* samples = static_cast<const std::uint8_t*>(restored.GetBuffer());
+  for (int red = 0; red < 256; ++red) {
+    const CPxImage sheet = sheetOf(red);
+    EXPECT_EQ(convert(&sheet, &space), 1);
+    if (restore) {
+      EXPECT_EQ(restore(&space, &restored), 1);
+    }
+    for (int i = 0; i < 65536; ++i) {
+      const ColourTriple colour = colourAt(red, i);
+      const SpaceTriple expected = there(colour);
+      if (!sameBits(expected, values + i * 3) && wrong++ < 5) {
+        ADD_FAILURE() << colour.red << " " << colour.green << " " << colour.blue << " gives " << values[i * 3] << " "
+                      << values[i * 3 + 1] << " " << values[i * 3 + 2] << ", expected " << expected.first << " "
+                      << expected.second << " " << expected.third;
+      }
+      if (!restore) continue;
+      const ColourTriple returned = {samples[i * 3 + 2], samples[i * 3 + 1], samples[i * 3]};
+      if (!(returned == back(expected)) && wrong++ < 5)
+        ADD_FAILURE() << colour.red << " " << colour.green << " " << colour.blue << " comes back as " << returned.red
+                      << " " << returned.green << " " << returned.blue;
+      exact += returned == colour;
+    }
+  }
+  EXPECT_EQ(wrong, 0);
+  return exact;
+}
+
+ColourTriple nothing(SpaceTriple) { return {}; }
+
+// Blue takes no part in the extremes, and the way back truncates.
+TEST(AllColours, throughHsiAndBack) {
+  const int exact = comeBack(CM_HSI, Colour::RGBtoHSI, plain::hsiOf, Colour::HSItoRGB, plain::ofHsi);
+  EXPECT_EQ(exact, 2314158);
+}
+
+TEST(AllColours, throughHlsAndBack) {
+  const auto back = [](SpaceTriple p) { return plain::ofHls(p); };
+  const int exact = comeBack(CM_HLS, Colour::RGBtoHLS, plain::hlsOf, Colour::HLStoRGB, back);
+  EXPECT_EQ(exact, 7058791);
+}
+
+// The negated bytes of values of 0 to 1 are 0 nearly everywhere: hardly a colour comes back.
+TEST(AllColours, throughYCbCrAndBack) {
+  const int exact = comeBack(CM_YCbCr, Colour::RGBtoYCbCr, plain::ycbcrOf, Colour::YCbCrtoRGB, plain::ofYcbcr);
+  EXPECT_EQ(exact, 4);
+}
+
+TEST(AllColours, throughHsv) { comeBack(CM_HSV, Colour::RGBtoHSV, plain::hsvOf, nullptr, nothing); }
+
+TEST(AllColours, throughCmykAndBack) {
+  CPxImage cmyk(CM_CMYK, 8, 256, 256), restored(CM_RGB, 8, 256, 256);
+  for (int red = 0; red < 256; ++red) {
+    const CPxImage sheet = sheetOf(red);
+    ASSERT_EQ(Colour::RGBtoCMYK(&sheet, &cmyk), 1);
+    ASSERT_EQ(Colour::CMYKtoRGB(&cmyk, &restored), 1);
+    ASSERT_EQ(std::memcmp(restored.GetBuffer(), sheet.GetBuffer(), static_cast<std::size_t>(sheet.bufferSize)), 0);
+  }
+}
+
+TEST(AllColours, toGrey) {
+  struct Weights {
+    float red, green, blue;
+  };
+  // The usual weights in whole-number arithmetic, and some that it cannot hold.
+  for (const Weights w : {Weights{0.299F, 0.587F, 0.114F}, {0.3333F, 0.001F, 0.777F}}) {
+    CPxImage gray(CM_GRAY, 8, 256, 256), gray16(CM_GRAY, 16, 256, 256);
+    int wrong = 0;
+    for (int red = 0; red < 256; ++red) {
+      const CPxImage sheet = sheetOf(red);
+      ASSERT_EQ(Colour::RGBtoGray(&sheet, &gray, w.red, w.green, w.blue), 1);
+      ASSERT_EQ(Colour::RGBtoGray16(&sheet, &gray16, w.red, w.green, w.blue), 1);
+      const auto* bytes = static_cast<const std::uint8_t*>(gray.GetBuffer());
+      const auto* words = static_cast<const std::uint16_t*>(gray16.GetBuffer());
+      for (int i = 0; i < 65536; ++i) {
+        const ColourTriple colour = colourAt(red, i);
+        wrong += bytes[i] != plain::weightedGrey(colour, w.red, w.green, w.blue, 8);
+        wrong += words[i] != plain::weightedGrey(colour, w.red, w.green, w.blue, 16);
+      }
+    }
+    EXPECT_EQ(wrong, 0);
+  }
+}
+
+TEST(AllColours, onePixelAtATime) {
+  int wrong = 0;
+  for (int red = 0; red < 256; ++red) {
+    for (int i = red % 7; i < 65536; i += 7) {
+      const ColourTriple colour = colourAt(red, i);
+      const auto r = static_cast<unsigned char>(colour.red), g = static_cast<unsigned char>(colour.green),
+                 b = static_cast<unsigned char>(colour.blue);
+      float values[3];
+      Colour::RGBtoHSV(r, g, b, values[0], values[1], values[2]);
+      wrong += !sameBits(plain::hsvOf(colour), values);
+      Colour::RGBtoHSI(r, g, b, values[0], values[1], values[2]);
+      const SpaceTriple hsi = plain::hsiOf(colour);
+      wrong += !sameBits(hsi, values);
+      unsigned char back[3];
+      Colour::HSItoRGB(values[0], values[1], values[2], back[0], back[1], back[2]);
+      wrong += !(plain::ofHsi(hsi) == ColourTriple{back[0], back[1], back[2]});
+    }
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
+}  // namespace
+}  // namespace rasterkit
