@@ -1,0 +1,71 @@
+// The message box itself: found among the windows, read, and closed.
+
+#include <rasterkit/core/manager.h>
+#include <rasterkit/point/tone.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+
+namespace rasterkit::test {
+namespace {
+
+struct Box {
+  std::wstring caption, text;
+  bool exclaims = false;
+};
+
+std::wstring textOf(HWND window) {
+  wchar_t text[1024] = L"";
+  GetWindowTextW(window, text, 1024);
+  return text;
+}
+
+// Waits for the box with this caption, reads it and presses its button.
+void readAndClose(const wchar_t* caption, Box& box) {
+  const wchar_t* const dialogClass = L"#32770";
+  constexpr int textControl = 0xFFFF, iconControl = 20;
+  for (int tries = 0; tries < 600; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    const HWND window = FindWindowW(dialogClass, caption);
+    const HWND text = window ? GetDlgItem(window, textControl) : nullptr;
+    if (!text || !IsWindowVisible(window)) continue;
+    box = {textOf(window), textOf(text), GetDlgItem(window, iconControl) != nullptr};
+    PostMessageW(window, WM_COMMAND, IDOK, 0);
+    return;
+  }
+}
+
+Box shown(const char* caption, const wchar_t* wide) {
+  GetHostProfileManager().SetCaption(caption);
+  Box box;
+  std::thread reader(readAndClose, wide, std::ref(box));
+  CPxGammaProcessing gamma;
+  EXPECT_EQ(gamma.Gamma(CRect(-1, -1, -1, -1)), 0);
+  reader.join();
+  GetHostProfileManager().SetCaption(nullptr);
+  return box;
+}
+
+TEST(MessageBox, speaksEnglish) {
+  GetImageProcessingManager().UpdateLanguage(9);
+  const Box box = shown("Darkroom", L"Darkroom");
+  EXPECT_EQ(box.caption, L"Darkroom");
+  EXPECT_EQ(box.text, L"You should call a SetCoefficient and CreateVectorTable function first.");
+}
+
+TEST(MessageBox, speaksKorean) {
+  if (GetACP() != 949) GTEST_SKIP() << "texts are shown in code page " << GetACP() << ", which has no Korean";
+  GetImageProcessingManager().UpdateLanguage(18);
+  const Box box = shown("\xBE\xCF\xBD\xC7", L"\uC554\uC2E4");  // a dark room, in code page 949
+  GetImageProcessingManager().UpdateLanguage(9);
+  EXPECT_EQ(box.caption, L"\uC554\uC2E4");
+  EXPECT_EQ(box.text,
+            L"\uBA3C\uC800 SetCoefficient \uBC0F CreateVectorTable \uD568\uC218\uB97C \uD638\uCD9C\uD574\uC57C "
+            L"\uD569\uB2C8\uB2E4.");
+}
+
+}  // namespace
+}  // namespace rasterkit::test
