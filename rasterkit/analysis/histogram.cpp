@@ -1,5 +1,6 @@
 #include <rasterkit/analysis/histogram.h>
 
+#include "rasterkit/core/count.h"
 #include "rasterkit/core/dispatch.h"
 #include "rasterkit/core/numbers.h"
 
@@ -25,33 +26,6 @@ struct Range {
   int from;
   int to;
 };
-
-// Adds to bins[v], v below n, how many of the samples first, first + step ... of each row have the value v.
-//
-// Neighbouring pixels are often alike, and a counter cannot be raised again before it has been stored: several tables
-// take turns, and are summed at the end.
-template <class S>
-void count(View<const S> in, int channel, int* bins, int n) {
-  constexpr std::size_t kValues = std::size_t{1} << (8 * sizeof(S));
-  constexpr int kTables = sizeof(S) == 1 ? 8 : 2;
-  std::vector<std::uint32_t> tables(kValues * kTables);
-  std::uint32_t* const table = tables.data();
-  const auto step = static_cast<std::size_t>(in.channels);
-  const auto width = static_cast<std::size_t>(in.width);
-
-  for (int y = 0; y < in.height; ++y) {
-    const S* row = in.row(y) + channel;
-    std::size_t x = 0;
-    for (; x + kTables <= width; x += kTables, row += kTables * step)
-      for (std::size_t k = 0; k < kTables; ++k) ++table[k * kValues + row[k * step]];
-    for (; x < width; ++x, row += step) ++table[*row];
-  }
-
-  const std::size_t used = std::min(kValues, static_cast<std::size_t>(n));
-  for (std::size_t k = 0; k < kTables; ++k)
-    for (std::size_t v = 0; v < used; ++v)
-      bins[v] = wrappedSum(bins[v], static_cast<std::int32_t>(table[k * kValues + v]));
-}
 
 }  // namespace
 }  // namespace rasterkit
@@ -109,9 +83,9 @@ int CPxHistogram::SetHistogram(const CPxImage& image, int channel) {
   if (samples != SampleClass::byte && samples != SampleClass::word) return 0;
   if (!IsCreated()) return 1;
   if (samples == SampleClass::byte)
-    count(viewOf<std::uint8_t>(image, image.channels), channel, buffers_[HIST_RAW], binCount_);
+    countValues(viewOf<std::uint8_t>(image, image.channels), channel, buffers_[HIST_RAW], binCount_);
   else
-    count(viewOf<std::uint16_t>(image, image.channels), channel, buffers_[HIST_RAW], binCount_);
+    countValues(viewOf<std::uint16_t>(image, image.channels), channel, buffers_[HIST_RAW], binCount_);
   return 1;
 }
 

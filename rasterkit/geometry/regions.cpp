@@ -1,9 +1,12 @@
 #include <rasterkit/geometry/regions.h>
 
+#include "rasterkit/core/kernels.h"
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/region.h"
+#include "rasterkit/geometry/region_kernels.h"
 
 #include <cstring>
+#include <functional>
 
 // Pixels are moved here, never calculated with: a pixel is so many bytes, whatever its type.
 
@@ -24,20 +27,22 @@ bool samePixelBytes(const CPxImage& a, const CPxImage& b) {
   return movable(a) && movable(b) && pixelBytes(a) == pixelBytes(b);
 }
 
-unsigned char* pixelAt(CPxImage& image, int x, int y) {
-  const auto rows = viewOf<unsigned char>(image, pixelBytes(image));
-  return rows.row(y) + std::ptrdiff_t{x} * rows.channels;
+Bytes bytesOf(CPxImage& image) { return viewOf<unsigned char>(image, pixelBytes(image)); }
+
+// Copies rows of the same size. They may be of one image: rows are taken in the order in which none is overwritten
+// before it is read.
+void copyRows(const Bytes& from, const Bytes& to) {
+  const bool upward = std::greater<>()(to.first, from.first);
+  for (int i = 0; i < to.height; ++i) {
+    const int y = upward ? to.height - 1 - i : i;
+    std::memmove(to.row(y), from.row(y), to.samples());
+  }
 }
 
-// Copies the pixels at (fromX, fromY) and so on to (toX, toY). from and to may be one image: rows are taken in the
-// order in which none is overwritten before it is read.
-void copyPixels(CPxImage& from, int fromX, int fromY, CPxImage& to, int toX, int toY, int width, int height) {
-  const auto bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(pixelBytes(from));
-  const bool upward = toY > fromY;
-  for (int i = 0; i < height; ++i) {
-    const int y = upward ? height - 1 - i : i;
-    std::memmove(pixelAt(to, toX, toY + y), pixelAt(from, fromX, fromY + y), bytes);
-  }
+// Fills bytes by doubling what is there already: whole values, of which there is at least one.
+void repeat(const void* value, std::size_t size, unsigned char* out, std::size_t bytes) {
+  std::memcpy(out, value, size);
+  for (std::size_t done = size; done < bytes; done *= 2) std::memcpy(out + done, out, std::min(done, bytes - done));
 }
 
 // The image itself, or a copy of it where it is about to change.
@@ -71,7 +76,7 @@ int CPxMiscProcessing::Crop(CRect rect) {
   Storage::create(part, image->colorModel, image->bitsPerSample, region->width, region->height, 0,
                   Storage::Samples::any);
   Storage::fillPadding(part, 0);
-  copyPixels(*image, region->left, region->top, part, 0, 0, part.width, part.width == 0 ? 0 : part.height);
+  copyRows(within(bytesOf(*image), *region), bytesOf(part));
   part.palette = image->palette;
   *image = std::move(part);
   return 1;
@@ -83,7 +88,7 @@ int CPxMiscProcessing::CopyTo(CPxImage& dst, CRect rect) {
   const auto region = frameworkRegion(rect, *image);
   if (!region) return 0;
   const auto [part, x, y] = overlap(*region, rect.left, rect.top, dst.width, dst.height);
-  copyPixels(*image, part.left, part.top, dst, x, y, part.width, part.height);
+  copyRows(within(bytesOf(*image), part), within(bytesOf(dst), {x, y, part.width, part.height}));
   return 1;
 }
 
@@ -93,7 +98,7 @@ int CPxMiscProcessing::PasteFrom(CPxImage& src, CRect rect) {
   const auto region = frameworkRegion(rect, *image);
   if (!region) return 0;
   const auto [part, x, y] = overlap(*region, rect.left, rect.top, src.width, src.height);
-  copyPixels(src, x, y, *image, part.left, part.top, part.width, part.height);
+  copyRows(within(bytesOf(src), {x, y, part.width, part.height}), within(bytesOf(*image), part));
   return 1;
 }
 
@@ -105,14 +110,12 @@ int CPxMiscProcessing::PasteFrom(CPxImage& src, CRect rect, CPxImage& mask) {
   const auto [part, x, y] =
       overlap(*region, rect.left, rect.top, std::min(src.width, mask.width), std::min(src.height, mask.height));
   Unchanged from(src, *image), selects(mask, *image);
-  const auto bytes = static_cast<std::size_t>(pixelBytes(*image));
-  for (int i = 0; i < part.height; ++i) {
-    const unsigned char* const in = pixelAt(*from, x, y + i);
-    const unsigned char* const selected = viewOf<unsigned char>(*selects, 1).row(y + i) + x;
-    unsigned char* const out = pixelAt(*image, part.left, part.top + i);
-    for (std::size_t at = 0; at < static_cast<std::size_t>(part.width); ++at)
-      if (selected[at]) std::memcpy(out + at * bytes, in + at * bytes, bytes);
-  }
+  const auto choose = kernels<RegionKernels>().choose;
+  const Bytes mine = within(bytesOf(*image), part);
+  const Bytes theirs = within(bytesOf(*from), {x, y, part.width, part.height});
+  const Bytes selected = within(viewOf<unsigned char>(*selects, 1), {x, y, part.width, part.height});
+  for (int i = 0; i < mine.height; ++i)
+    choose(mine.row(i), theirs.row(i), selected.row(i), selected.samples(), static_cast<std::size_t>(mine.channels));
   return 1;
 }
 
@@ -126,17 +129,15 @@ int CPxDrawing::fill(const void* value, std::size_t bytes, const CRect& rect) {
 
   // Values that lie wholly within a row's pixels.
   const auto left = static_cast<std::size_t>(region->left);
-  const std::size_t room = viewOf<unsigned char>(*image, pixelBytes(*image)).samples() / bytes;
+  const std::size_t room = bytesOf(*image).samples() / bytes;
   const std::size_t end = std::min(left + static_cast<std::size_t>(region->width), room);
   if (end <= left || region->height == 0) return 1;
   const std::size_t length = (end - left) * bytes;
 
-  // The first row by doubling what is there, the others from it.
+  // The first row from the value, the others from the first.
   const Bytes rows = viewOf<unsigned char>(*image, 1);
   unsigned char* const first = rows.row(region->top) + left * bytes;
-  std::memcpy(first, value, bytes);
-  for (std::size_t done = bytes; done < length; done *= 2)
-    std::memcpy(first + done, first, std::min(done, length - done));
+  repeat(value, bytes, first, length);
   for (int y = 1; y < region->height; ++y) std::memcpy(first + rows.stride * y, first, length);
   return 1;
 }
@@ -145,12 +146,18 @@ int CPxDrawing::fill(const void* value, std::size_t bytes, CPxImage& mask) {
   CPxImage* const image = GetImage();
   if (!image || !movable(*image) || !readableAsMask(mask)) return 0;
   Unchanged selects(mask, *image);
-  const Bytes rows = viewOf<unsigned char>(*image, pixelBytes(*image));
+  const Bytes rows = bytesOf(*image);
   const Bytes selected = viewOf<unsigned char>(*selects, 1);
   const std::size_t count = std::min(
       {static_cast<std::size_t>(selected.width), static_cast<std::size_t>(rows.width), rows.samples() / bytes});
+
+  // A stretch of pixels of the value, to be chosen from as from another image.
+  constexpr std::size_t kStretch = 1024;
+  alignas(64) unsigned char values[kStretch * 16];
+  repeat(value, bytes, values, std::min(count, kStretch) * bytes);
+  const auto choose = kernels<RegionKernels>().choose;
   for (int y = 0; y < std::min(rows.height, selected.height); ++y)
-    for (std::size_t x = 0; x < count; ++x)
-      if (selected.row(y)[x]) std::memcpy(rows.row(y) + x * bytes, value, bytes);
+    for (std::size_t x = 0; x < count; x += kStretch)
+      choose(rows.row(y) + x * bytes, values, selected.row(y) + x, std::min(count - x, kStretch), bytes);
   return 1;
 }

@@ -1,28 +1,9 @@
 #include <rasterkit/point/lookup_tables.h>
 
+#include "rasterkit/core/count.h"
 #include "rasterkit/core/operands.h"
 
 #include <algorithm>
-
-namespace rasterkit {
-namespace {
-
-template <class S>
-void count(View<const S> rows, std::vector<std::vector<unsigned int>>& counters) {
-  const auto step = static_cast<std::size_t>(rows.channels);
-  for (std::size_t channel = 0; channel < step; ++channel) {
-    unsigned int* const counts = counters[channel].data();
-    const std::size_t size = counters[channel].size();
-    for (int y = 0; y < rows.height; ++y) {
-      const S* const row = rows.row(y);
-      for (std::size_t i = channel; i < rows.samples(); i += step)
-        if (row[i] < size) ++counts[row[i]];
-    }
-  }
-}
-
-}  // namespace
-}  // namespace rasterkit
 
 using namespace rasterkit;
 
@@ -60,7 +41,9 @@ int CPxPointProcessing::CalLookupTable() {
   std::vector<std::vector<unsigned int>> counters(static_cast<std::size_t>(channels),
                                                   std::vector<unsigned int>(values));
   byWholeSampleType(image->bitsPerSample, [&]<class S>() {
-    count(viewOf<S>(*image, channels), counters);
+    for (int channel = 0; channel < channels; ++channel)
+      countValues(viewOf<S>(*image, channels), channel, counters[static_cast<std::size_t>(channel)].data(),
+                  static_cast<int>(values));
     return 1;
   });
   counters_ = std::move(counters);

@@ -35,6 +35,15 @@ std::vector<S> mapping(const std::vector<int>& entries) {
   return map;
 }
 
+template <class S>
+auto mapKernel() {
+#if RASTERKIT_HAS_VBMI
+  if constexpr (sizeof(S) == 1)
+    if (servesBytePermutes()) return vbmi::toneBytes.map;
+#endif
+  return kernelsOf<ToneKernels, S>().map;
+}
+
 int remap(CPxImage* image, const CRect& rect, const ToneTable& table) {
   if (!image || table.entries.empty()) {
     constexpr unsigned int okWithExclamation = 0x30;
@@ -48,7 +57,7 @@ int remap(CPxImage* image, const CRect& rect, const ToneTable& table) {
   if ((channels != 1 && channels != 3 && channels != 4) || image->bitsPerSample > 16) return 1;
 
   return byWholeSampleType(image->bitsPerSample, [&]<class S>() {
-    const auto map = kernelsOf<ToneKernels, S>().map;
+    const auto map = mapKernel<S>();
     const View<S> part = within(viewOf<S>(*image, channels), *region);
     const std::vector<S> to = mapping<S>(table.entries);
     for (int y = 0; y < part.height; ++y) map(part.row(y), part.samples(), to.data());

@@ -20,4 +20,10 @@ struct ToneKernels {
 
 RASTERKIT_KERNEL_TABLE(ToneKernels, toneKernels)
 
+#if RASTERKIT_HAS_VBMI
+namespace vbmi {
+extern const ToneRows<uint8_t> toneBytes;
+}
+#endif
+
 }  // namespace rasterkit
