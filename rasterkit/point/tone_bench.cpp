@@ -43,7 +43,7 @@ BENCH(counts) {
                .ours = [=] { points->CalLookupTable(); },
                .peer = PEER([source, m = mat(*source), counts = std::vector<cv::Mat>(4)]() mutable {
                  const float range[] = {0, m.depth() == CV_8U ? 256.0F : 65536.0F};
-                 const float* const ranges[] = {range};
+                 const float* ranges[] = {range};
                  const int bins[] = {m.depth() == CV_8U ? 256 : 65536};
                  for (int channel = 0; channel < m.channels(); ++channel)
                    cv::calcHist(&m, 1, &channel, cv::Mat(), counts[static_cast<std::size_t>(channel)], 1, bins, ranges);
