@@ -1,16 +1,31 @@
 #include "catalogue/catalogue.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace rasterkit::catalogue {
 namespace {
 
+struct Family {
+  const char* name;
+  std::vector<Operation> (*operations)();
+};
+
+constexpr Family kFamilies[] = {
+    {"planes", coreOperations},
+    {"colour", colourOperations},
+    {"geometry", geometryOperations},
+    {"point", pointOperations},
+    {"neighbourhood", rankOperations},
+};
+
 std::vector<Operation> all() {
   std::vector<Operation> table;
-  for (auto family : {coreOperations,  //
-                      colourOperations, geometryOperations, pointOperations, rankOperations})
-    std::ranges::move(family(), std::back_inserter(table));
+  for (const Family& family : kFamilies) {
+    for (auto members = family.operations(); Operation & operation : members) {
+      operation.family = family.name;
+      table.push_back(std::move(operation));
+    }
+  }
   return table;
 }
 

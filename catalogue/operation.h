@@ -153,6 +153,7 @@ struct Operation {
   Reach reach = {};
   std::string formula = {};                ///< plain text, as in the header
   std::string example = {};                ///< a recipe that shows it
+  std::string family = {};                 ///< set by the catalogue
   bool readsSeries = false;                ///< works on several images at once
   std::vector<std::string> alsoUses = {};  ///< other methods, where it chooses by the source's model
 

@@ -60,7 +60,8 @@ std::vector<Digest> digests(const std::function<std::function<int(Call&)>(const 
           hash.add(result.report.data(), result.report.size());
         }
       }
-      list.push_back({operation.name, std::to_string(type.model) + "/" + std::to_string(type.bits), hash.value()});
+      list.push_back({operation.family, operation.name, std::to_string(type.model) + "/" + std::to_string(type.bits),
+                      hash.value()});
     }
   }
   return list;
@@ -71,7 +72,7 @@ std::string format(const std::vector<Digest>& list) {
   for (const Digest& digest : list) {
     char value[32];
     std::snprintf(value, sizeof value, "%016llx", static_cast<unsigned long long>(digest.value));
-    text += digest.operation + " " + digest.type + " " + value + "\n";
+    text += digest.family + " " + digest.operation + " " + digest.type + " " + value + "\n";
   }
   return text;
 }

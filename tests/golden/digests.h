@@ -12,6 +12,7 @@
 namespace rasterkit::golden {
 
 struct Digest {
+  std::string family;
   std::string operation;
   std::string type;  // model and bits
   std::uint64_t value;
@@ -22,7 +23,7 @@ struct Digest {
 std::vector<Digest> digests(
     const std::function<std::function<int(catalogue::Call&)>(const catalogue::Operation&)>& body);
 
-/// A line each: operation, type, value.
+/// A line each: family, operation, type, value.
 std::string format(const std::vector<Digest>& list);
 
 }  // namespace rasterkit::golden
