@@ -37,4 +37,6 @@ std::string contentOf(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+std::string sourceFolder() { return RASTERKIT_SOURCE_DIR; }
+
 }  // namespace rasterkit::test

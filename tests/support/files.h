@@ -8,5 +8,7 @@ namespace rasterkit::test {
 /// The path of a file that does not exist yet.
 std::string temporaryFile(const std::string& name);
 std::string contentOf(const std::string& path);
+/// The folder of the project's sources.
+std::string sourceFolder();
 
 }  // namespace rasterkit::test
