@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 
 #include "tests/support/picture.h"
@@ -259,6 +260,29 @@ TEST(Clipboard, holdsTheExportedBlock) {
     block.resize(expected.size());
     EXPECT_EQ(block, expected);
   }
+}
+
+CPxImage shared() {
+  Random random(8);
+  return randomImage(random, {CM_RGB, 8}, 33, 9);
+}
+
+// Run by the next test, in a process of its own.
+TEST(Clipboard, DISABLED_holdsWhatAnotherProcessPlaced) {
+  Bytes block = clipboardBlock();
+  const Bytes expected = exportedBlock(shared());
+  ASSERT_GE(block.size(), expected.size());
+  block.resize(expected.size());
+  EXPECT_EQ(block, expected);
+}
+
+TEST(Clipboard, isReadByAnotherProcess) {
+  if (!RASTERKIT_SHARED_CLIPBOARD) GTEST_SKIP() << "this desktop's clipboard is the process's own";
+  CPxImage image = shared();
+  EXPECT_EQ(CPxMiscProcessing(&image).CopyToClipboard(nullptr), 1);
+  const std::string reader = testing::internal::GetArgvs()[0] +
+                             " --gtest_also_run_disabled_tests --gtest_filter=Clipboard.DISABLED_* --gtest_brief=1";
+  EXPECT_EQ(std::system(reader.c_str()), 0);
 }
 
 TEST(Clipboard, isEmptiedWhereNoBitmapIsMade) {
