@@ -15,6 +15,7 @@ constexpr Family kFamilies[] = {
     {"colour", colourOperations},
     {"geometry", geometryOperations},
     {"point", pointOperations},
+    {"neighbourhood", neighbourhoodOperations},
     {"neighbourhood", rankOperations},
 };
 

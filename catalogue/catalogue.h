@@ -17,6 +17,7 @@ std::vector<Operation> colourOperations();
 std::vector<Operation> coreOperations();
 std::vector<Operation> geometryOperations();
 std::vector<Operation> pointOperations();
+std::vector<Operation> neighbourhoodOperations();
 std::vector<Operation> rankOperations();
 
 }  // namespace rasterkit::catalogue

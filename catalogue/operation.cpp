@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 #include <cmath>
 #include <stdexcept>
 
@@ -166,6 +167,18 @@ std::string format(const Parameter& parameter, const Value& value) {
   }
   if (const std::string* s = std::get_if<std::string>(&value)) return *s;
   return "";
+}
+
+std::vector<int> Kernel::whole() const {
+  std::vector<int> out;
+  for (const double weight : weights) out.push_back(static_cast<int>(std::clamp<double>(weight, INT_MIN, INT_MAX)));
+  return out;
+}
+
+std::vector<float> Kernel::single() const {
+  std::vector<float> out;
+  for (const double weight : weights) out.push_back(static_cast<float>(weight));
+  return out;
 }
 
 const Parameter* Operation::find(std::string_view parameter) const {

@@ -25,6 +25,10 @@ struct Kernel {
   int width = 0;
   int height = 0;
   std::vector<double> weights;
+
+  /// The weights as whole numbers, toward zero and within the range of an int; as single-precision ones.
+  std::vector<int> whole() const;
+  std::vector<float> single() const;
   friend bool operator==(const Kernel&, const Kernel&) = default;
 };
 

@@ -14,6 +14,9 @@
 #include <rasterkit/geometry/bitmap.h>
 #include <rasterkit/geometry/geometry.h>
 #include <rasterkit/geometry/regions.h>
+#include <rasterkit/neighbourhood/convolution.h>
+#include <rasterkit/neighbourhood/edge_detection.h>
+#include <rasterkit/neighbourhood/filter.h>
 #include <rasterkit/neighbourhood/morphology.h>
 #include <rasterkit/platform/desktop.h>
 #include <rasterkit/platform/framework.h>

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 namespace rasterkit {
@@ -37,25 +38,22 @@ void repeatSides(S* row, int width, int channels, int left, int right) {
 //     Window<S> window(in, out, {.above = 1, .below = 1, .left = 1, .right = 1});
 //     for (int y = 0; y < in.height; ++y) kernel(window.rows(y), out.row(y), in.samples());
 //
-// The kernel may write row y of the image itself: the window has kept what later rows need.
-template <class S>
+// The kernel may write row y of the image itself: the window has kept what later rows need. A window may keep its rows
+// in a type T that the kernel calculates in; `convert` then makes n samples of T from those of the image.
+template <class S, class T = S>
 class Window {
  public:
-  Window(View<const S> in, View<S> out, Margins around)
-      : in_(in),
-        around_(around),
-        slots_(std::min<std::int64_t>(std::int64_t{around.above} + around.below + 1, in.height)),
-        pointers_(in.height > 0 ? static_cast<std::size_t>(std::int64_t{around.above} + around.below + 1) : 0) {
-    keeps_ = in.height > 0 && (in.first == out.first || around.left > 0 || around.right > 0);
-    if (!keeps_) return;
-    const auto columns = static_cast<std::size_t>(std::int64_t{around.left} + in.width + around.right);
-    rowSize_ = columns * static_cast<std::size_t>(in.channels);
-    ring_ = std::make_unique_for_overwrite<S[]>(rowSize_ * static_cast<std::size_t>(slots_));
-  }
+  using Convert = void (*)(const S* in, T* out, std::size_t n);
+
+  Window(View<const S> in, View<S> out, Margins around) requires std::is_same_v<S, T>
+      : Window(
+            in, around, [](const S* from, T* to, std::size_t n) { std::copy_n(from, n, to); },
+            in.first == out.first || around.left > 0 || around.right > 0) {}
+  Window(View<const S> in, Margins around, Convert convert) : Window(in, around, convert, true) {}
 
   // Rows y - above to y + below, top to bottom, those outside the image being its first and last; each pointer stands
   // at column -left. y must not go back.
-  const S* const* rows(int y) {
+  const T* const* rows(int y) {
     const std::int64_t top = std::int64_t{y} - around_.above;
     for (std::size_t i = 0; i < pointers_.size(); ++i)
       pointers_[i] =
@@ -66,28 +64,43 @@ class Window {
 
   // One row of the image, from column -left. Rows may be asked for again while no row further than above + below
   // beyond them has been.
-  const S* row(int y) {
-    if (!keeps_) return in_.row(y);
+  const T* row(int y) {
+    if constexpr (std::is_same_v<S, T>)
+      if (!keeps_) return in_.row(y);
     while (next_ <= y) keep(next_++);
     return slot(y);
   }
 
  private:
-  S* slot(int y) { return ring_.get() + rowSize_ * static_cast<std::size_t>(y % slots_); }
+  Window(View<const S> in, Margins around, Convert convert, bool keeps)
+      : in_(in),
+        around_(around),
+        convert_(convert),
+        slots_(std::min<std::int64_t>(std::int64_t{around.above} + around.below + 1, in.height)),
+        pointers_(in.height > 0 ? static_cast<std::size_t>(std::int64_t{around.above} + around.below + 1) : 0),
+        keeps_(keeps && in.height > 0) {
+    if (!keeps_) return;
+    const auto columns = static_cast<std::size_t>(std::int64_t{around.left} + in.width + around.right);
+    rowSize_ = columns * static_cast<std::size_t>(in.channels);
+    ring_ = std::make_unique_for_overwrite<T[]>(rowSize_ * static_cast<std::size_t>(slots_));
+  }
+
+  T* slot(int y) { return ring_.get() + rowSize_ * static_cast<std::size_t>(y % slots_); }
 
   void keep(int y) {
-    S* const first = slot(y) + std::ptrdiff_t{around_.left} * in_.channels;
-    std::copy_n(in_.row(y), in_.samples(), first);
+    T* const first = slot(y) + std::ptrdiff_t{around_.left} * in_.channels;
+    convert_(in_.row(y), first, in_.samples());
     repeatSides(first, in_.width, in_.channels, around_.left, around_.right);
   }
 
   View<const S> in_;
   Margins around_;
+  Convert convert_;
   std::int64_t slots_;
-  std::vector<const S*> pointers_;
-  bool keeps_ = false;
+  std::vector<const T*> pointers_;
+  bool keeps_;
   std::size_t rowSize_ = 0;
-  std::unique_ptr<S[]> ring_;
+  std::unique_ptr<T[]> ring_;
   int next_ = 0;
 };
 

@@ -6,7 +6,7 @@ const Twin* find(const std::string& operation) {
   static const Twins all = [] {
     Twins twins;
     for (auto family : {colourTwins, coreTwins,  //
-                        geometryTwins, pointTwins, rankTwins, regionTwins})
+                        geometryTwins, neighbourhoodTwins, pointTwins, rankTwins, regionTwins})
       twins.merge(family());
     return twins;
   }();

@@ -26,6 +26,7 @@ Twins colourTwins();
 Twins coreTwins();
 Twins pointTwins();
 Twins geometryTwins();
+Twins neighbourhoodTwins();
 Twins rankTwins();
 Twins regionTwins();
 

@@ -48,8 +48,9 @@ std::string breaksSharing(const Operation& operation, const Draw& draw, const CP
   auto shared = [&](const Draw& with, Alias alias, const char* when) -> std::string {
     const Outcome separate = outcome(operation, with, operation.run, before);
     Outcome same = outcome(operation, with, operation.run, before, alias);
-    // An untouched destination keeps what it held, which is the source where they are one.
-    if (alias == Alias::dstIsSource && !separate.succeeded && operation.result.refusal != Refusal::copies)
+    // An untouched destination keeps what it held: the source, or the area of interest, where they are one.
+    if ((alias == Alias::dstIsSource || alias == Alias::dstIsMask) && !separate.succeeded &&
+        operation.result.refusal != Refusal::copies)
       same.dst = separate.dst;
     return difference(same, separate, when);
   };

@@ -1,0 +1,392 @@
+// A kernel is the list of its taps, the weights that are not 0. What is summed, in which numbers, is decided once a
+// call from the greatest size a sum can have:
+//
+//     at most 32767, 8-bit samples    16-bit integers
+//     below 2^22                      single precision, in which such whole numbers are exact
+//     any                             32-bit integers that wrap
+//
+// Float kernels whose weights are small whole multiples of a power of two are whole kernels with another divisor; other
+// ones are estimated in single precision and computed in double where the estimate leaves a doubt, or always.
+
+#include <rasterkit/neighbourhood/convolution.h>
+
+#include "rasterkit/core/kernels.h"
+#include "rasterkit/core/numbers.h"
+#include "rasterkit/core/operands.h"
+#include "rasterkit/core/window.h"
+#include "rasterkit/neighbourhood/convolution_engine.h"
+#include "rasterkit/neighbourhood/convolution_kernels.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <type_traits>
+#include <vector>
+
+namespace rasterkit {
+namespace {
+
+template <class S>
+const ConvolutionRows<S>& convolutionRows() {
+  const ConvolutionKernels& table = kernels<ConvolutionKernels>();
+  if constexpr (std::is_same_v<S, std::uint8_t>)
+    return table.bytes;
+  else
+    return table.words;
+}
+
+template <class S>
+auto selectRow() {
+  if constexpr (std::is_same_v<S, float>)
+    return kernels<ConvolutionKernels>().selectReal;
+  else
+    return convolutionRows<S>().select;
+}
+
+// The pixels that are computed, and what they are computed from.
+struct Area {
+  int left, top, right, bottom;  // right and bottom do not belong to it
+  Margins around;
+
+  Area(int width, int height, CSize size, bool extended) {
+    const int x = size.cx / 2, y = size.cy / 2;
+    left = extended ? 0 : x;
+    top = extended ? 0 : y;
+    right = width - left;
+    bottom = height - top;
+    around = {.above = y, .below = size.cy - 1 - y};
+    // Without extension the leftmost tap of the leftmost pixel is column 0.
+    if (extended) around.left = x, around.right = size.cx - 1 - x;
+  }
+  bool empty() const { return left >= right || top >= bottom; }
+};
+
+// row(rows, out, n) for the rows of the area, rows standing at the leftmost tap of the first sample; out is the
+// destination, or a line of which the mask selects. Other pixels become those of the source, or 0.
+template <class S, class T, class Row>
+void eachRow(View<const S> in, View<S> out, View<const std::uint8_t> mask, const Area& area, bool clears,
+             Window<S, T>& window, Row row) {
+  const auto channels = static_cast<std::size_t>(in.channels);
+  const auto width = static_cast<std::size_t>(area.right - area.left);
+  const std::size_t first = static_cast<std::size_t>(area.left) * channels, n = width * channels;
+  std::vector<S> line(mask.first ? n : 0);
+
+  const auto keep = [clears](const S* from, S* to, std::size_t count) {
+    if (clears)
+      std::fill_n(to, count, S(0));
+    else if (from != to)
+      std::copy_n(from, count, to);
+  };
+  for (int y = 0; y < in.height; ++y) {
+    const S* const from = in.row(y);
+    S* const to = out.row(y);
+    if (y < area.top || y >= area.bottom) {
+      if (clears && y < area.top) window.row(y);  // which it keeps, where in is out
+      keep(from, to, in.samples());
+      continue;
+    }
+    const T* const* const rows = window.rows(y);
+    keep(from, to, mask.first ? in.samples() : first);
+    keep(from + first + n, to + first + n, in.samples() - first - n);
+    row(rows, mask.first ? line.data() : to + first, n);
+    if (mask.first) selectRow<S>()(line.data(), mask.row(y) + area.left, channels, to + first, width);
+  }
+}
+
+// The weights that are not 0, as numbers of type W, with the places they are read from.
+template <class T, class W>
+class TapList {
+ public:
+  template <class Weight>
+  TapList(const Weight* weights, CSize size, int channels) {
+    for (int j = 0; j < size.cy; ++j)
+      for (int i = 0; i < size.cx; ++i)
+        if (const Weight weight = weights[std::ptrdiff_t{j} * size.cx + i]; weight != 0) {
+          rows_.push_back(j);
+          columns_.push_back(std::ptrdiff_t{i} * channels);
+          weights_.push_back(static_cast<W>(weight));
+        }
+    in_.resize(weights_.size());
+  }
+
+  // With the rows around a row of the image.
+  Taps<T, W> at(const T* const* rows) {
+    for (std::size_t k = 0; k < in_.size(); ++k) in_[k] = rows[rows_[k]] + columns_[k];
+    return {in_.data(), weights_.data(), weights_.size()};
+  }
+
+ private:
+  std::vector<int> rows_;
+  std::vector<std::ptrdiff_t> columns_;
+  std::vector<W> weights_;
+  std::vector<const T*> in_;
+};
+
+// Whole kernels -------------------------------------------------------------------------------------------------------
+
+constexpr std::int64_t kMostNarrow = 32767;
+constexpr std::int64_t kMostSingle = (std::int64_t{1} << 22) - 1;
+
+std::int64_t sizeOf(int number) { return std::abs(std::int64_t{number}); }
+
+// The greatest size that a sum of samples of S can have.
+template <class S>
+std::int64_t greatestSum(const WholeKernel& kernel) {
+  const std::int64_t count = std::int64_t{kernel.size.cx} * kernel.size.cy;
+  std::int64_t total = 0;
+  for (std::int64_t k = 0; k < count; ++k) total += sizeOf(kernel.weights[k]);
+  // Far beyond what any form tells apart.
+  return std::min<std::int64_t>(total, INT64_MAX / 131072) * std::numeric_limits<S>::max() + sizeOf(kernel.start);
+}
+
+// Division of sums up to 32767 (Granlund and Montgomery 1994): with l = ceil(log2 d) and m = floor(2^(15 + l) / d) + 1,
+// sum * m >> (15 + l) is the quotient for every sum below 2^15; m is below 2^16 as d is above 1.
+NarrowRule narrowRule(const WholeKernel& kernel) {
+  const auto divisor = static_cast<std::uint32_t>(sizeOf(kernel.divisor));
+  NarrowRule rule{};
+  if (divisor > 1) {
+    std::uint32_t log = 1;
+    while (1U << log < divisor) ++log;
+    rule.multiplier = static_cast<std::uint16_t>((1U << (15 + log)) / divisor + 1);
+    rule.shift = static_cast<std::uint16_t>(log - 1);
+  }
+  rule.negative = kernel.divisor < 0 ? -1 : 0;
+  rule.start = static_cast<std::int16_t>(kernel.start);
+  // Quotients are limited before the offset is added, so that nothing leaves 16 bits: to -offset and most - offset. Of
+  // an offset beyond all quotients only the end of the range is left that they are on.
+  const int most = std::min(kernel.most, 255);
+  const int offset = std::clamp<int>(kernel.offset, -32767, 32767 + 255);
+  rule.flipBelow = static_cast<std::int16_t>(kernel.magnitude ? std::clamp(-offset, -32768, 32767) : -32768);
+  rule.least = static_cast<std::int16_t>(std::clamp(-offset, -32767, 32767));
+  rule.greatest = static_cast<std::int16_t>(std::clamp(most - offset, -32767, 32767));
+  rule.offset = static_cast<std::int16_t>(static_cast<std::uint16_t>(offset & 0xFFFF));
+  return rule;
+}
+
+WholeRule wholeRule(const WholeKernel& kernel, int greatest) {
+  return {.inverse = 1.0 / kernel.divisor,
+          .offset = kernel.offset,
+          .flipBelow = kernel.magnitude ? 0 : INT_MIN,
+          .greatest = std::min(kernel.most, greatest),
+          .start = kernel.start};
+}
+
+// Whether -2147483648 / -1 comes up at a pixel that is processed.
+template <class S>
+bool quotientOverflows(const WholeKernel& kernel, View<const S> in, View<S> out, View<const std::uint8_t> mask,
+                       const Area& area) {
+  const auto rows = convolutionRows<S>();
+  const auto n = static_cast<std::size_t>(area.right - area.left) * static_cast<std::size_t>(in.channels);
+  Window<S> window(in, out, area.around);
+  TapList<S, std::int32_t> taps(kernel.weights, kernel.size, in.channels);
+  std::vector<std::int32_t> sums(n);
+  for (int y = area.top; y < area.bottom; ++y) {
+    rows.sums(taps.at(window.rows(y)), sums.data(), n);
+    for (std::size_t i = 0; i < n; ++i)
+      if (sums[i] == INT_MIN &&
+          (!mask.first || mask.row(y)[static_cast<std::size_t>(area.left) + i / static_cast<std::size_t>(in.channels)]))
+        return true;
+  }
+  return false;
+}
+
+// False where nothing is written since a quotient overflows.
+template <class S>
+bool convolveRows(const WholeKernel& kernel, View<const S> in, View<S> out, View<const std::uint8_t> mask,
+                  const Area& area, bool clears) {
+  const std::int64_t greatest = greatestSum<S>(kernel);
+  const auto rule = wholeRule(kernel, std::numeric_limits<S>::max());
+  const ConvolutionRows<S>& rows = convolutionRows<S>();
+
+  if constexpr (std::is_same_v<S, std::uint8_t>) {
+    // With an offset near the ends of an int the addition might wrap.
+    if (greatest <= kMostNarrow && sizeOf(kernel.divisor) <= kMostNarrow && sizeOf(kernel.offset) <= INT_MAX / 2) {
+      const auto narrow = kernels<ConvolutionKernels>().narrow;
+      Window<S, std::int16_t> window(in, area.around, kernels<ConvolutionKernels>().toWord);
+      TapList<std::int16_t, std::int16_t> taps(kernel.weights, kernel.size, in.channels);
+      eachRow(in, out, mask, area, clears, window,
+              [&, by = narrowRule(kernel)](auto around, S* to, std::size_t n) { narrow(taps.at(around), by, to, n); });
+      return true;
+    }
+  }
+  if (greatest <= kMostSingle) {
+    Window<S, float> window(in, area.around, rows.toSingle);
+    TapList<float, float> taps(kernel.weights, kernel.size, in.channels);
+    eachRow(in, out, mask, area, clears, window,
+            [&](auto around, S* to, std::size_t n) { rows.single(taps.at(around), rule, to, n); });
+    return true;
+  }
+  if (kernel.divisor == -1 && greatest > INT_MAX && quotientOverflows(kernel, in, out, mask, area)) return false;
+  Window<S> window(in, out, area.around);
+  TapList<S, std::int32_t> taps(kernel.weights, kernel.size, in.channels);
+  eachRow(in, out, mask, area, clears, window,
+          [&](auto around, S* to, std::size_t n) { rows.whole(taps.at(around), rule, to, n); });
+  return true;
+}
+
+// Float kernels -------------------------------------------------------------------------------------------------------
+
+struct RealKernel {
+  const float* weights;
+  CSize size;
+  float divisor;
+  float offset;
+  bool magnitude;
+
+  std::size_t count() const { return static_cast<std::size_t>(size.cx) * static_cast<std::size_t>(size.cy); }
+};
+
+// A float kernel as a whole one, where the results are the same.
+struct Rewritten {
+  std::vector<int> weights;
+  WholeKernel kernel;
+};
+
+// Weights and divisor as whole multiples of one power of two. All sums are then exact in double precision, and a
+// quotient that is no whole number is at least 1 / divisor away from one: the roundings of quotient and offset, below
+// 2^-28 here, never reach it. Negative results are 0 whichever way they are truncated, so a whole offset may be added
+// to the sum beforehand; with `magnitude` only 0 may.
+template <class S>
+std::optional<Rewritten> asWholeKernel(const RealKernel& kernel) {
+  const double offset = kernel.offset;
+  if (offset != std::trunc(offset) || (kernel.magnitude && offset != 0) || !(std::abs(offset) <= 1 << 22)) return {};
+  for (int log = 0; log <= 24; ++log) {
+    const double unit = std::ldexp(1.0, log);
+    const auto isWhole = [unit](double number) { return number * unit == std::trunc(number * unit); };
+    if (!isWhole(kernel.divisor) || !std::all_of(kernel.weights, kernel.weights + kernel.count(), isWhole)) continue;
+
+    const double divisor = kernel.divisor * unit, start = offset * divisor;
+    double greatest = std::abs(start);
+    for (std::size_t k = 0; k < kernel.count(); ++k)
+      greatest += std::abs(kernel.weights[k] * unit) * std::numeric_limits<S>::max();
+    if (!(greatest <= kMostSingle) || divisor == 0 || !(std::abs(divisor) <= kMostSingle)) return {};
+    Rewritten whole;
+    for (std::size_t k = 0; k < kernel.count(); ++k) whole.weights.push_back(truncated(kernel.weights[k] * unit));
+    whole.kernel = {.weights = whole.weights.data(),
+                    .size = kernel.size,
+                    .divisor = truncated(divisor),
+                    .magnitude = kernel.magnitude,
+                    .start = truncated(start)};
+    return whole;
+  }
+  return {};
+}
+
+RealRule realRule(const RealKernel& kernel, int greatest) {
+  int exponent;
+  const bool isPower = std::isfinite(kernel.divisor) && std::abs(std::frexp(kernel.divisor, &exponent)) == 0.5F;
+  return {.divisor = kernel.divisor,
+          .offset = kernel.offset,
+          .byInverse = isPower,
+          .magnitude = kernel.magnitude,
+          .greatest = static_cast<double>(greatest)};
+}
+
+// The estimate's rule, where it leaves a doubt about few samples only. The kernels add products in groups of nine: each
+// of them goes through at most 9 + count / 9 + 1 additions, each of which, as the product, rounds by at most 2^-24 of
+// what it gives; and so do the inverse, the quotient and the addition of the offset. The double-precision result's own
+// roundings are 2^29 times smaller: the factor 1.05 covers them and all products of errors.
+std::optional<EstimateRule> estimateRule(const RealKernel& kernel, int greatest) {
+  const double divisor = std::abs(kernel.divisor), offset = std::abs(kernel.offset);
+  // A sign that is in doubt would make a jump of twice the offset.
+  if (!(divisor > 1e-30 && divisor < 1e30 && offset < 1e30) || (kernel.magnitude && kernel.offset > 0)) return {};
+  double most = 0;
+  for (std::size_t k = 0; k < kernel.count(); ++k) most += std::abs(static_cast<double>(kernel.weights[k])) * greatest;
+  if (!(most < 1e30)) return {};
+  const double additions = 9 + static_cast<double>(kernel.count()) / 9 + 1;
+  const double quotient = most / divisor;
+  const double roundings = (additions + 1) * quotient + 2 * quotient + (quotient + offset);
+  const double error = 1.05 * std::ldexp(roundings + 1, -24);
+  if (!(error < 1.0 / 128)) return {};
+  return EstimateRule{.inverse = 1 / kernel.divisor,
+                      .offset = kernel.offset,
+                      .error = static_cast<float>(error),
+                      .greatest = static_cast<float>(greatest),
+                      .magnitude = kernel.magnitude};
+}
+
+template <class S>
+bool convolveRows(const RealKernel& kernel, View<const S> in, View<S> out, View<const std::uint8_t> mask,
+                  const Area& area, bool clears) {
+  if (const auto whole = asWholeKernel<S>(kernel)) return convolveRows(whole->kernel, in, out, mask, area, clears);
+
+  const ConvolutionRows<S>& rows = convolutionRows<S>();
+  const int greatest = std::numeric_limits<S>::max();
+  const RealRule rule = realRule(kernel, greatest);
+  Window<S, float> window(in, area.around, rows.toSingle);
+  TapList<float, double> taps(kernel.weights, kernel.size, in.channels);
+  if (const auto estimate = estimateRule(kernel, greatest)) {
+    TapList<float, float> estimated(kernel.weights, kernel.size, in.channels);
+    eachRow(in, out, mask, area, clears, window, [&](auto around, S* to, std::size_t n) {
+      rows.estimated(estimated.at(around), *estimate, taps.at(around), rule, to, n);
+    });
+  } else {
+    eachRow(in, out, mask, area, clears, window,
+            [&](auto around, S* to, std::size_t n) { rows.real(taps.at(around), rule, to, n); });
+  }
+  return true;
+}
+
+// Float samples are limited to 0 from below and then to -1 from above.
+void limitRows(View<const float> in, View<float> out, View<const std::uint8_t> mask, const Area& area, bool clears) {
+  Window<float> rows(in, {}, Margins{});  // nothing is read
+  eachRow(in, out, mask, area, clears, rows, [](auto, float* to, std::size_t n) { std::fill_n(to, n, -1.0F); });
+}
+
+template <class Kernel>
+int convolveWith(CPxImageProcessingBase& self, const Kernel& kernel, CPxImage& dst, Border border) {
+  Operands operands(self, dst, {1, 4}, AreaOfInterest::honoured);
+  if (!operands) return 0;
+  if (!kernel.weights || kernel.size.cx < 1 || kernel.size.cy < 1) return operands.refuse();
+  if constexpr (std::is_same_v<Kernel, WholeKernel>)
+    if (kernel.divisor == 0) return operands.refuse();
+
+  const int done = bySample(operands.source(), dst, [&]<class S>(View<const S> in, View<S> out) {
+    Area area(in.width, in.height, kernel.size, border == Border::extended);
+    if (area.empty()) area.top = area.bottom = area.left = area.right = 0;
+    const bool clears = border == Border::cleared;
+    if constexpr (std::is_same_v<S, float>)
+      return limitRows(in, out, operands.mask(), area, clears), 1;
+    else
+      return int{convolveRows(kernel, in, out, operands.mask(), area, clears)};
+  });
+  return done ? 1 : operands.refuse();
+}
+
+Border borderOf(CPxConvolution::CONVOLUTION_FLAG flag) {
+  return flag == CPxConvolution::CONV_EXTEND_BORDER ? Border::extended : Border::kept;
+}
+
+}  // namespace
+
+int convolve(CPxImageProcessingBase& self, const WholeKernel& kernel, CPxImage& dst, Border border) {
+  return convolveWith(self, kernel, dst, border);
+}
+
+}  // namespace rasterkit
+
+using namespace rasterkit;
+
+int CPxConvolution::Convolve(int* kernel, CSize size, CPxImage& dst, int divisor, int offset, CONVOLUTION_FLAG flag) {
+  return convolveWith(*this, WholeKernel{.weights = kernel, .size = size, .divisor = divisor, .offset = offset}, dst,
+                      borderOf(flag));
+}
+
+int CPxConvolution::ConvolveABS(int* kernel, CSize size, CPxImage& dst, int divisor, int offset,
+                                CONVOLUTION_FLAG flag) {
+  return convolveWith(
+      *this, WholeKernel{.weights = kernel, .size = size, .divisor = divisor, .offset = offset, .magnitude = true}, dst,
+      borderOf(flag));
+}
+
+int CPxConvolution::Convolve(float* kernel, CSize size, CPxImage& dst, float divisor, float offset,
+                             CONVOLUTION_FLAG flag) {
+  return convolveWith(*this, RealKernel{kernel, size, divisor, offset, false}, dst, borderOf(flag));
+}
+
+int CPxConvolution::ConvolveABS(float* kernel, CSize size, CPxImage& dst, float divisor, float offset,
+                                CONVOLUTION_FLAG flag) {
+  return convolveWith(*this, RealKernel{kernel, size, divisor, offset, true}, dst, borderOf(flag));
+}

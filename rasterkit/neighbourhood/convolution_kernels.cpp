@@ -1,0 +1,292 @@
+#include "rasterkit/neighbourhood/convolution_kernels.h"
+
+#include "rasterkit/core/kernel_numbers.h"
+
+namespace rasterkit::RASTERKIT_LEVEL {
+namespace {
+
+// Sums of a block of samples stay in the nearest cache while taps are added, a few at a time.
+constexpr size_t kBlock = 512;
+constexpr size_t kTapsAtOnce = 9;
+
+template <class T>
+constexpr bool isSingle = false;
+template <>
+constexpr bool isSingle<float> = true;
+
+// Products and sums that wrap where they are whole.
+inline int16_t plusProduct(int16_t sum, int16_t sample, int16_t weight) {
+  const auto product = static_cast<uint16_t>(static_cast<uint32_t>(sample) * static_cast<uint32_t>(weight));
+  return static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint16_t>(sum) + product));
+}
+template <class S>
+inline int32_t plusProduct(int32_t sum, S sample, int32_t weight) {
+  return wrappedSum(sum, wrappedProduct(sample, weight));
+}
+inline float plusProduct(float sum, float sample, float weight) { return sum + sample * weight; }
+inline double plusProduct(double sum, float sample, double weight) {
+  return sum + static_cast<double>(sample) * weight;
+}
+
+// sums[i] += the products of `count` taps. Doubles are added in the order of the taps; floats are exact or estimates,
+// and their products are added up among themselves first, which rounds estimates less.
+template <size_t count, class T, class Sum>
+void addTaps(const T* const* in, const Sum* weights, size_t at, Sum* sums, size_t n) {
+  const T* tap[count];
+  Sum weight[count];
+  for (size_t k = 0; k < count; ++k) tap[k] = in[k] + at, weight[k] = weights[k];
+  Sum* const __restrict out = sums;
+  for (size_t i = 0; i < n; ++i) {
+    if constexpr (isSingle<Sum>) {
+      Sum sum = tap[0][i] * weight[0];
+#pragma GCC unroll 9
+      for (size_t k = 1; k < count; ++k) sum = plusProduct(sum, tap[k][i], weight[k]);
+      out[i] += sum;
+    } else {
+      Sum sum = out[i];
+#pragma GCC unroll 9
+      for (size_t k = 0; k < count; ++k) sum = plusProduct(sum, tap[k][i], weight[k]);
+      out[i] = sum;
+    }
+  }
+}
+
+// The sums of n samples from `at` on, n at most kBlock.
+template <class T, class Sum>
+void sumTaps(const Taps<T, Sum>& taps, Sum start, size_t at, Sum* sums, size_t n) {
+  for (size_t i = 0; i < n; ++i) sums[i] = start;
+  const T* const* in = taps.in;
+  const Sum* weights = taps.weights;
+  for (size_t left = taps.count; left > 0;) {
+    const size_t count = least(left, kTapsAtOnce);
+    switch (count) {
+      case 1: addTaps<1>(in, weights, at, sums, n); break;
+      case 2: addTaps<2>(in, weights, at, sums, n); break;
+      case 3: addTaps<3>(in, weights, at, sums, n); break;
+      case 4: addTaps<4>(in, weights, at, sums, n); break;
+      case 5: addTaps<5>(in, weights, at, sums, n); break;
+      case 6: addTaps<6>(in, weights, at, sums, n); break;
+      case 7: addTaps<7>(in, weights, at, sums, n); break;
+      case 8: addTaps<8>(in, weights, at, sums, n); break;
+      case 9: addTaps<9>(in, weights, at, sums, n); break;
+    }
+    in += count, weights += count, left -= count;
+  }
+}
+
+// f(sums, at, count) for blocks of n samples.
+template <class T, class Sum, class F>
+void eachBlock(const Taps<T, Sum>& taps, Sum start, size_t n, F f) {
+  alignas(64) Sum sums[kBlock];
+  for (size_t at = 0; at < n; at += kBlock) {
+    const size_t count = least(kBlock, n - at);
+    sumTaps(taps, start, at, sums, count);
+    f(sums, at, count);
+  }
+}
+
+// 16 bits -------------------------------------------------------------------------------------------------------------
+
+template <bool divides>
+void finishNarrow(const int16_t* in, const NarrowRule& rule, uint8_t* result, size_t n) {
+  const int16_t* const __restrict sums = in;
+  uint8_t* const __restrict out = result;
+  const uint16_t multiplier = rule.multiplier, shift = rule.shift;
+  const int16_t negative = rule.negative, flipBelow = rule.flipBelow;
+  const int16_t lowest = rule.least, highest = rule.greatest, offset = rule.offset;
+  for (size_t i = 0; i < n; ++i) {
+    int16_t q = sums[i];
+    if (divides) {
+      const auto sign = static_cast<int16_t>(q >> 15);
+      const auto size = static_cast<uint16_t>((q ^ sign) - sign);
+      const auto high = static_cast<uint16_t>(static_cast<uint32_t>(size) * multiplier >> 16);
+      const auto back = static_cast<int16_t>(sign ^ negative);
+      q = static_cast<int16_t>((static_cast<int16_t>(high >> shift) ^ back) - back);
+    } else {
+      q = static_cast<int16_t>((q ^ negative) - negative);
+    }
+    q = q < flipBelow ? static_cast<int16_t>(-q) : q;
+    q = q < lowest ? lowest : q;
+    q = q > highest ? highest : q;
+    out[i] = static_cast<uint8_t>(q + offset);
+  }
+}
+
+void narrow(const Taps<int16_t, int16_t>& taps, const NarrowRule& rule, uint8_t* out, size_t n) {
+  eachBlock(taps, rule.start, n, [&](const int16_t* sums, size_t at, size_t count) {
+    if (rule.multiplier)
+      finishNarrow<true>(sums, rule, out + at, count);
+    else
+      finishNarrow<false>(sums, rule, out + at, count);
+  });
+}
+
+// Whole numbers -------------------------------------------------------------------------------------------------------
+
+template <class S>
+inline S sampleOf(int32_t quotient, int32_t offset, int32_t flipBelow, int32_t highest) {
+  const int32_t r = wrappedSum(quotient, offset);
+  const int32_t flipped = r < flipBelow ? wrappedDifference(offset, quotient) : r;
+  return static_cast<S>(limited(flipped, 0, highest));
+}
+
+// The quotient toward zero of a whole number in a floating type, by the inverse of the divisor: half a unit further
+// from zero than the sum, the product is at least half an inverse away from the whole numbers on either side of the
+// quotient. Its two roundings move it by less, as long as quotient x divisor, the sum, is below 2^22 in a float; in a
+// double any 32-bit sum will do.
+inline int32_t quotientOf(float sum, float inverse) {
+  return static_cast<int32_t>((sum + __builtin_copysignf(0.5F, sum)) * inverse);
+}
+inline int32_t quotientOf(double sum, double inverse) {
+  return truncated((sum + __builtin_copysign(0.5, sum)) * inverse);
+}
+
+template <class S, class Real, class Sum>
+void finishWhole(const Sum* in, const WholeRule& rule, S* result, size_t n) {
+  const Sum* const __restrict sums = in;
+  S* const __restrict out = result;
+  const auto inverse = static_cast<Real>(rule.inverse);
+  const int32_t offset = rule.offset, flipBelow = rule.flipBelow, highest = rule.greatest;
+  for (size_t i = 0; i < n; ++i)
+    out[i] = sampleOf<S>(quotientOf(static_cast<Real>(sums[i]), inverse), offset, flipBelow, highest);
+}
+
+template <class S>
+void toSingle(const S* samples, float* result, size_t n) {
+  const S* const __restrict in = samples;
+  float* const __restrict out = result;
+  for (size_t i = 0; i < n; ++i) out[i] = in[i];
+}
+
+void toWord(const uint8_t* samples, int16_t* result, size_t n) {
+  const uint8_t* const __restrict in = samples;
+  int16_t* const __restrict out = result;
+  for (size_t i = 0; i < n; ++i) out[i] = in[i];
+}
+
+template <class S>
+void single(const Taps<float, float>& taps, const WholeRule& rule, S* out, size_t n) {
+  eachBlock(taps, static_cast<float>(rule.start), n,
+            [&](const float* sums, size_t at, size_t count) { finishWhole<S, float>(sums, rule, out + at, count); });
+}
+
+template <class S>
+void whole(const Taps<S, int32_t>& taps, const WholeRule& rule, S* out, size_t n) {
+  eachBlock(taps, rule.start, n,
+            [&](const int32_t* sums, size_t at, size_t count) { finishWhole<S, double>(sums, rule, out + at, count); });
+}
+
+template <class S>
+void sums(const Taps<S, int32_t>& taps, int32_t* out, size_t n) {
+  for (size_t at = 0; at < n; at += kBlock) sumTaps(taps, int32_t{0}, at, out + at, least(kBlock, n - at));
+}
+
+// Floating point ------------------------------------------------------------------------------------------------------
+
+template <class S, bool byInverse>
+void finishReal(const double* in, const RealRule& rule, S* result, size_t n) {
+  const double* const __restrict sums = in;
+  S* const __restrict out = result;
+  const double divisor = byInverse ? 1 / rule.divisor : rule.divisor, offset = rule.offset, highest = rule.greatest;
+  const bool magnitude = rule.magnitude;
+  for (size_t i = 0; i < n; ++i) {
+    const double q = byInverse ? sums[i] * divisor : sums[i] / divisor;
+    double r = q + offset;
+    const double flipped = offset - q;
+    r = magnitude && r < 0 ? flipped : r;
+    r = r > 0 ? r : 0;  // NaN too
+    out[i] = static_cast<S>(static_cast<int32_t>(r > highest ? highest : r));
+  }
+}
+
+template <class S>
+void finishReal(const double* sums, const RealRule& rule, S* out, size_t n) {
+  if (rule.byInverse)
+    finishReal<S, true>(sums, rule, out, n);
+  else
+    finishReal<S, false>(sums, rule, out, n);
+}
+
+template <class S>
+void real(const Taps<float, double>& taps, const RealRule& rule, S* out, size_t n) {
+  eachBlock(taps, 0.0, n,
+            [&](const double* sums, size_t at, size_t count) { finishReal(sums, rule, out + at, count); });
+}
+
+// Estimates are examined in groups of so many samples; one that is in doubt has its group computed.
+constexpr size_t kGroup = 16;
+
+template <class S>
+void estimated(const Taps<float, float>& estimate, const EstimateRule& estimateRule, const Taps<float, double>& taps,
+               const RealRule& rule, S* result, size_t n) {
+  eachBlock(estimate, 0.0F, n, [&](const float* sums, size_t at, size_t count) {
+    const EstimateRule by = estimateRule;
+    S* const __restrict out = result + at;
+    uint8_t doubt[kBlock];
+    for (size_t i = 0; i < count; ++i) {
+      const float q = sums[i] * by.inverse;
+      float r = q + by.offset;
+      const float flipped = by.offset - q;
+      r = by.magnitude && r < 0 ? flipped : r;
+      // 0 and what lies below it are one sample value, as are the greatest and what lies above: nothing is in doubt
+      // half a unit outside.
+      r = r > 0.5F ? r : 0.5F;
+      r = r < by.greatest + 0.5F ? r : by.greatest + 0.5F;
+      const auto sample = static_cast<int32_t>(r);
+      const float above = r - static_cast<float>(sample);
+      out[i] = static_cast<S>(sample);
+      doubt[i] = above <= by.error || above >= 1 - by.error;
+    }
+    for (size_t from = 0; from < count; from += kGroup) {
+      const size_t group = least(kGroup, count - from);
+      uint8_t any = 0;
+      for (size_t i = 0; i < group; ++i) any |= doubt[from + i];
+      if (!any) continue;
+      alignas(64) double exact[kGroup];
+      sumTaps(taps, 0.0, at + from, exact, group);
+      finishReal(exact, rule, out + from, group);
+    }
+  });
+}
+
+// The rest ------------------------------------------------------------------------------------------------------------
+
+template <class S>
+void select(const S* samples, const uint8_t* mask, size_t channels, S* result, size_t n) {
+  const S* const __restrict in = samples;
+  S* const __restrict out = result;
+  if (channels == 1) {
+    for (size_t x = 0; x < n; ++x) out[x] = mask[x] ? in[x] : out[x];
+    return;
+  }
+  for (size_t x = 0; x < n; ++x)
+    if (mask[x])
+      for (size_t c = 0; c < channels; ++c) out[x * channels + c] = in[x * channels + c];
+}
+
+void laplacian(const float* const* rows, size_t step, float* result, size_t n) {
+  const float *const above = rows[0], *const here = rows[1], *const below = rows[2];
+  float* const __restrict out = result;
+  for (size_t i = 0; i < n; ++i) {
+    double neighbours = above[i];
+    neighbours += above[i + step];
+    neighbours += above[i + 2 * step];
+    neighbours += here[i];
+    neighbours += here[i + 2 * step];
+    neighbours += below[i];
+    neighbours += below[i + step];
+    neighbours += below[i + 2 * step];
+    double v = (8 * static_cast<double>(here[i + step]) - neighbours) * 0.125;
+    v = v > 0 ? v : 0;  // NaN too
+    out[i] = static_cast<float>(static_cast<int32_t>(v > 255 ? 255 : v));
+  }
+}
+
+template <class S>
+constexpr ConvolutionRows<S> rows = {toSingle<S>, single<S>, whole<S>, sums<S>, real<S>, estimated<S>, select<S>};
+
+}  // namespace
+
+const ConvolutionKernels convolutionKernels = {rows<uint8_t>, rows<uint16_t>, toWord, narrow, laplacian, select<float>};
+
+}  // namespace rasterkit::RASTERKIT_LEVEL

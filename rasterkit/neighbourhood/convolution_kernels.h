@@ -1,0 +1,97 @@
+#pragma once
+
+#include "rasterkit/core/kernel_table.h"
+
+#include <stddef.h>
+#include <stdint.h>
+
+namespace rasterkit {
+
+// The taps of a kernel at one row: tap k multiplies the samples from in[k] on by weights[k]. Taps of weight 0 are left
+// out. Inputs and outputs do not overlap.
+template <class T, class Weight>
+struct Taps {
+  const T* const* in;
+  const Weight* weights;
+  size_t count;
+};
+
+// From a sum whose size is at most 32767 to a sample:
+//
+//     q = (sum / divisor, toward zero); q = q < flipBelow ? -q : q; sample = limited(q, least, greatest) + offset
+struct NarrowRule {
+  uint16_t multiplier;  // |sum| / divisor = |sum| * multiplier >> 16 >> shift; 0: the divisor is 1
+  uint16_t shift;
+  int16_t negative;   // -1 for a divisor below 0, else 0
+  int16_t flipBelow;  // the quotients below it change their sign
+  int16_t least, greatest;
+  int16_t offset;
+  int16_t start;  // what the sum begins with
+};
+
+// From a sum to a sample, sums and differences wrapping:
+//
+//     q = (sum / divisor, toward zero); r = q + offset; r = r < flipBelow ? offset - q : r; sample = limited(r, 0,
+//     greatest)
+struct WholeRule {
+  double inverse;  // 1 / divisor
+  int32_t offset;
+  int32_t flipBelow;  // 0, or the least int for never
+  int32_t greatest;
+  int32_t start;
+};
+
+// From a sum in double precision to a sample, r < 0 becoming offset - q where `magnitude` is set.
+struct RealRule {
+  double divisor;
+  double offset;
+  bool byInverse;  // 1 / divisor is exact, and so is multiplying by it
+  bool magnitude;
+  double greatest;
+};
+
+// A RealRule in single precision, with what it may be off by.
+struct EstimateRule {
+  float inverse;
+  float offset;
+  float error;  // below 0.25
+  float greatest;
+  bool magnitude;
+};
+
+// Rows of n samples.
+template <class S>
+struct ConvolutionRows {
+  void (*toSingle)(const S* in, float* out, size_t n);
+
+  // Sums below 2^22 in size: every product and partial sum is a whole number that a float holds exactly.
+  void (*single)(const Taps<float, float>& taps, const WholeRule& rule, S* out, size_t n);
+  // Any sums, wrapping in 32 bits.
+  void (*whole)(const Taps<S, int32_t>& taps, const WholeRule& rule, S* out, size_t n);
+  void (*sums)(const Taps<S, int32_t>& taps, int32_t* out, size_t n);
+  // Sums in double precision, in the order of the taps.
+  void (*real)(const Taps<float, double>& taps, const RealRule& rule, S* out, size_t n);
+  // The same result: estimated in single precision, and where that is too close to the next sample value, computed.
+  // Both kernels have the same taps.
+  void (*estimated)(const Taps<float, float>& estimate, const EstimateRule& estimateRule,
+                    const Taps<float, double>& taps, const RealRule& rule, S* out, size_t n);
+
+  // Copies the pixels of a row whose mask byte is not 0; n counts pixels.
+  void (*select)(const S* in, const uint8_t* mask, size_t channels, S* out, size_t n);
+};
+
+struct ConvolutionKernels {
+  ConvolutionRows<uint8_t> bytes;
+  ConvolutionRows<uint16_t> words;
+  void (*toWord)(const uint8_t* in, int16_t* out, size_t n);
+  // Sums up to 32767 in size in 16 bits.
+  void (*narrow)(const Taps<int16_t, int16_t>& taps, const NarrowRule& rule, uint8_t* out, size_t n);
+  // Float samples: (8 x centre - the eight neighbours) x 0.125 in double, limited to 0 to 255 and truncated. The rows
+  // stand `step` samples to the left.
+  void (*laplacian)(const float* const* rows, size_t step, float* out, size_t n);
+  void (*selectReal)(const float* in, const uint8_t* mask, size_t channels, float* out, size_t n);
+};
+
+RASTERKIT_KERNEL_TABLE(ConvolutionKernels, convolutionKernels)
+
+}  // namespace rasterkit

@@ -1,0 +1,286 @@
+#include <rasterkit/neighbourhood/convolution.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <vector>
+
+#include "tests/support/picture.h"
+
+namespace rasterkit {
+namespace {
+
+using test::gray16;
+using test::gray8;
+using test::grayFloat;
+using test::identical;
+using test::rgb8;
+
+constexpr auto kCreate = CPxConvolution::CONV_CREATE_DEST;
+constexpr auto kKeep = CPxConvolution::CONV_KEEP_BORDER;
+constexpr auto kExtend = CPxConvolution::CONV_EXTEND_BORDER;
+
+struct Weights {
+  CSize size;
+  std::vector<int> values;
+};
+
+CPxImage convolved(CPxImage image, Weights kernel, int divisor = 1, int offset = 0,
+                   CPxConvolution::CONVOLUTION_FLAG flag = kExtend) {
+  CPxImage dst;
+  EXPECT_EQ(CPxConvolution(&image).Convolve(kernel.values.data(), kernel.size, dst, divisor, offset, flag), 1);
+  return dst;
+}
+
+CPxImage sized(CPxImage image, Weights kernel, int divisor = 1, int offset = 0) {
+  CPxImage dst;
+  EXPECT_EQ(CPxConvolution(&image).ConvolveABS(kernel.values.data(), kernel.size, dst, divisor, offset, kExtend), 1);
+  return dst;
+}
+
+CPxImage convolvedReal(CPxImage image, CSize size, std::vector<float> weights, float divisor = 1, float offset = 0,
+                       bool magnitude = false) {
+  CPxImage dst;
+  CPxConvolution convolution(&image);
+  const int done = magnitude ? convolution.ConvolveABS(weights.data(), size, dst, divisor, offset, kExtend)
+                             : convolution.Convolve(weights.data(), size, dst, divisor, offset, kExtend);
+  EXPECT_EQ(done, 1);
+  return dst;
+}
+
+const Weights kOne{{1, 1}, {1}};
+const Weights kNegative{{1, 1}, {-1}};
+const Weights kBox{{3, 3}, {1, 1, 1, 1, 1, 1, 1, 1, 1}};
+
+TEST(Convolve, oneReproducesTheSource) {
+  EXPECT_PICTURE(convolved(gray8({{0, 7, 255}}), kOne), gray8({{0, 7, 255}}));
+  EXPECT_PICTURE(convolved(gray16({{0, 7, 65535}}), kOne), gray16({{0, 7, 65535}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{0, 7, 255}}), CSize(1, 1), {1}), gray8({{0, 7, 255}}));
+}
+
+TEST(Convolve, theKernelIsNotFlipped) {
+  const CPxImage image = gray8({{1, 2, 3}, {4, 5, 6}, {7, 8, 9}});
+  EXPECT_PICTURE(convolved(image, {{3, 3}, {1, 0, 0, 0, 0, 0, 0, 0, 0}}), gray8({{1, 1, 2}, {1, 1, 2}, {4, 4, 5}}));
+  EXPECT_PICTURE(convolved(image, {{3, 3}, {0, 0, 0, 0, 0, 1, 0, 0, 0}}), gray8({{2, 3, 3}, {5, 6, 6}, {8, 9, 9}}));
+}
+
+TEST(Convolve, evenSizesReachFurtherToTheUpperLeft) {
+  const CPxImage image = gray8({{1, 2, 3}, {4, 5, 6}});
+  EXPECT_PICTURE(convolved(image, {{2, 2}, {1, 0, 0, 0}}), gray8({{1, 1, 2}, {1, 1, 2}}));
+  EXPECT_PICTURE(convolved(image, {{4, 1}, {1, 0, 0, 0}}), gray8({{1, 1, 1}, {4, 4, 4}}));
+}
+
+TEST(Convolve, theBorderIsKeptOrComputed) {
+  const CPxImage image = gray8({{9, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 18}, {0, 0, 0, 0}});
+  EXPECT_PICTURE(convolved(image, kBox, 9, 0, kKeep), gray8({{9, 0, 0, 0}, {0, 1, 2, 0}, {0, 0, 2, 18}, {0, 0, 0, 0}}));
+  EXPECT_PICTURE(convolved(image, kBox, 9, 0, kExtend),
+                 gray8({{4, 2, 0, 0}, {2, 1, 2, 4}, {0, 0, 2, 4}, {0, 0, 2, 4}}));
+}
+
+TEST(Convolve, anEvenSizeKeepsBothSides) {
+  const CPxImage image = gray8({{1, 1, 1}, {1, 1, 1}, {1, 1, 1}});
+  EXPECT_PICTURE(convolved(image, {{2, 2}, {1, 1, 1, 1}}, 1, 0, kKeep), gray8({{1, 1, 1}, {1, 4, 1}, {1, 1, 1}}));
+}
+
+TEST(Convolve, anyOtherFlagKeepsTheBorder) {
+  const CPxImage image = gray8({{1, 1, 1}, {1, 1, 1}, {1, 1, 1}});
+  for (const int flag : {0, 1, 3, -1, INT_MAX})
+    EXPECT_PICTURE(convolved(image, kBox, 1, 0, CPxConvolution::CONVOLUTION_FLAG(flag)),
+                   gray8({{1, 1, 1}, {1, 9, 1}, {1, 1, 1}}));
+}
+
+TEST(Convolve, creatingTheDestinationDiscardsItsShapeAndSparesTheSource) {
+  std::vector<int> box = kBox.values;
+  CPxImage image = gray8({{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}), dst = rgb8({{1, 2, 3}});
+  const CPxImage expected = convolved(image, kBox, 1, 0, kCreate);
+  EXPECT_EQ(CPxConvolution(&image).Convolve(box.data(), kBox.size, dst, 1, 0, kCreate), 1);
+  EXPECT_TRUE(identical(dst, expected));
+  EXPECT_EQ(CPxConvolution(&image).Convolve(box.data(), kBox.size, image, 1, 0, kCreate), 1);
+  EXPECT_TRUE(identical(image, expected));
+}
+
+TEST(Convolve, divisionTruncatesTowardZeroBeforeTheOffset) {
+  EXPECT_PICTURE(convolved(gray8({{7, 8, 9}}), kNegative, 4, 10), gray8({{9, 8, 8}}));
+  EXPECT_PICTURE(convolved(gray8({{7, 8, 9}}), kOne, -4, 10), gray8({{9, 8, 8}}));
+  EXPECT_PICTURE(convolved(gray8({{7, 8, 9}}), kOne, INT_MIN, 10), gray8({{10, 10, 10}}));
+  EXPECT_PICTURE(convolved(gray16({{7, 8, 9}}), kNegative, 4, 10), gray16({{9, 8, 8}}));
+}
+
+TEST(Convolve, resultsAreLimitedToTheSampleRange) {
+  EXPECT_PICTURE(convolved(gray8({{0, 1, 200}}), {{1, 1}, {2}}), gray8({{0, 2, 255}}));
+  EXPECT_PICTURE(convolved(gray8({{0, 1, 200}}), kNegative), gray8({{0, 0, 0}}));
+  EXPECT_PICTURE(convolved(gray16({{0, 1, 40000}}), {{1, 1}, {2}}), gray16({{0, 2, 65535}}));
+  EXPECT_PICTURE(convolved(gray8({{0, 255}}), kOne, 1, 100000), gray8({{255, 255}}));
+  EXPECT_PICTURE(convolved(gray8({{0, 255}}), kOne, 1, -100000), gray8({{0, 0}}));
+}
+
+TEST(Convolve, sumsAndOffsetsWrap) {
+  EXPECT_PICTURE(convolved(gray8({{4}}), {{1, 1}, {1073741825}}), gray8({{4}}));
+  EXPECT_PICTURE(convolved(gray8({{0, 1}}), kOne, 1, INT_MAX), gray8({{255, 0}}));
+  EXPECT_PICTURE(sized(gray8({{1}}), kNegative, 1, INT_MIN), gray8({{255}}));
+  EXPECT_PICTURE(convolved(gray16({{65535}}), {{1, 1}, {65537}}), gray16({{0}}));  // 2^32 - 1
+}
+
+TEST(Convolve, aDivisorOfZeroIsRefusedWithACopy) {
+  std::vector<int> one{1}, box = kBox.values;
+  for (CPxImage image : {gray8({{1, 2}}), gray16({{1, 2}}), grayFloat({{1, 2}})}) {
+    CPxImage dst = rgb8({{9, 9, 9}});
+    EXPECT_EQ(CPxConvolution(&image).Convolve(one.data(), CSize(1, 1), dst, 0, 0, kExtend), 0);
+    EXPECT_TRUE(identical(dst, image));
+    dst = rgb8({{9, 9, 9}});
+    EXPECT_EQ(CPxConvolution(&image).ConvolveABS(box.data(), CSize(3, 3), dst, 0, 0, kKeep), 0);
+    EXPECT_TRUE(identical(dst, image));
+  }
+}
+
+TEST(Convolve, aQuotientThatOverflowsIsRefusedWithACopy) {
+  std::vector<int> weight{1 << 30};
+  CPxImage image = gray8({{1, 1}, {2, 1}}), dst;
+  CPxConvolution convolution(&image);
+  EXPECT_EQ(convolution.Convolve(weight.data(), CSize(1, 1), dst, -1, 0, kExtend), 0);
+  EXPECT_TRUE(identical(dst, image));
+  const CPxImage before = image;
+  EXPECT_EQ(convolution.Convolve(weight.data(), CSize(1, 1), image, -1, 0, kExtend), 0);
+  EXPECT_TRUE(identical(image, before));
+  // Not where the pixel is left out, by the area of interest or as border, or the divisor is another.
+  CPxImage area = gray8({{1, 1}, {0, 1}});
+  convolution.SetAOIImage(&area);
+  EXPECT_EQ(convolution.Convolve(weight.data(), CSize(1, 1), dst, -1, 0, kExtend), 1);
+  EXPECT_PICTURE(dst, gray8({{0, 0}, {2, 0}}));
+  convolution.SetAOIImage(nullptr);
+  std::vector<int> row{0, 1 << 30, 0};
+  EXPECT_EQ(convolution.Convolve(row.data(), CSize(3, 1), dst, -1, 0, kKeep), 1);
+  EXPECT_TRUE(identical(dst, image));
+  EXPECT_EQ(convolution.Convolve(weight.data(), CSize(1, 1), dst, 1, 0, kExtend), 1);
+}
+
+TEST(Convolve, everyProcessedFloatSampleBecomesMinusOne) {
+  const CPxImage image = grayFloat({{0, 1e30, NAN}, {-5, 3, 2}, {1, 1, 1}});
+  EXPECT_PICTURE(convolved(image, kOne), grayFloat({{-1, -1, -1}, {-1, -1, -1}, {-1, -1, -1}}));
+  EXPECT_PICTURE(convolvedReal(image, CSize(1, 1), {NAN}, 0), grayFloat({{-1, -1, -1}, {-1, -1, -1}, {-1, -1, -1}}));
+  EXPECT_PICTURE(convolved(grayFloat({{0, 1, 2}, {3, 4, 5}, {6, 7, 8}}), kBox, 1, 0, kKeep),
+                 grayFloat({{0, 1, 2}, {3, -1, 5}, {6, 7, 8}}));
+  EXPECT_PICTURE(convolved(grayFloat({{3}}), {{1, 1}, {INT_MIN}}, -1), grayFloat({{-1}}));
+}
+
+TEST(Convolve, channelsAreIndependentAlphaIncluded) {
+  const CPxImage image = test::picture(CM_RGBA, 8, {{1, 10, 100, 4, 2, 20, 200, 8}});
+  EXPECT_PICTURE(convolved(image, {{2, 1}, {1, 1}}), test::picture(CM_RGBA, 8, {{2, 20, 200, 8, 3, 30, 255, 12}}));
+}
+
+TEST(Convolve, aMaskedPixelKeepsTheSourceInEveryPart) {
+  CPxImage image = gray8({{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}), area = gray8({{0, 1, 0}, {9, 0, 255}, {0, 1, 0}}), dst;
+  CPxConvolution convolution(&image);
+  convolution.SetAOIImage(&area);
+  std::vector<int> twice{2};
+  EXPECT_EQ(convolution.Convolve(twice.data(), CSize(1, 1), dst, 1, 0, kExtend), 1);
+  EXPECT_PICTURE(dst, gray8({{1, 4, 3}, {8, 5, 12}, {7, 16, 9}}));
+  EXPECT_EQ(convolution.Convolve(twice.data(), CSize(1, 1), area, 1, 0, kExtend), 1);
+  EXPECT_PICTURE(area, dst);
+  CPxImage other = gray8({{1, 1}});
+  convolution.SetAOIImage(&other);
+  EXPECT_EQ(convolution.Convolve(twice.data(), CSize(1, 1), dst, 1, 0, kExtend), 0);
+  EXPECT_TRUE(identical(dst, image));
+}
+
+TEST(Convolve, kernelsLargerThanTheImageReadTheEdges) {
+  const Weights wide{{9, 7}, std::vector<int>(63, 1)};
+  EXPECT_PICTURE(convolved(gray16({{10}}), wide), gray16({{630}}));
+  EXPECT_PICTURE(convolved(gray16({{1, 2}}), {{5, 1}, {1, 1, 1, 1, 1}}), gray16({{7, 8}}));
+  EXPECT_PICTURE(convolved(gray8({{1, 2}}), wide, 1, 0, kKeep), gray8({{1, 2}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{200}}), CSize(9, 7), std::vector<float>(63, 0.1F)), gray8({{255}}));
+}
+
+TEST(Convolve, noKernelIsRefusedWithACopy) {
+  CPxImage image = gray8({{1, 2}}), dst;
+  std::vector<int> one{1};
+  std::vector<float> real{1};
+  CPxConvolution convolution(&image);
+  for (const CSize size : {CSize(0, 1), CSize(1, 0), CSize(-3, 3), CSize(3, INT_MIN)}) {
+    dst = gray8({{9}});
+    EXPECT_EQ(convolution.Convolve(one.data(), size, dst, 1, 0, kExtend), 0);
+    EXPECT_TRUE(identical(dst, image));
+    EXPECT_EQ(convolution.ConvolveABS(real.data(), size, dst, 1, 0, kExtend), 0);
+  }
+  dst = gray8({{9}});
+  EXPECT_EQ(convolution.Convolve(static_cast<int*>(nullptr), CSize(1, 1), dst, 1, 0, kExtend), 0);
+  EXPECT_TRUE(identical(dst, image));
+  EXPECT_EQ(convolution.Convolve(static_cast<float*>(nullptr), CSize(1, 1), dst, 1, 0, kExtend), 0);
+}
+
+TEST(Convolve, ofNothingIsNothing) {
+  CPxImage dst = gray8({{7}}), empty, deep(CM_GRAY, 33, 2, 2), none(CM_GRAY, 8, 0, 4);
+  std::vector<int> one{1};
+  EXPECT_EQ(CPxConvolution().Convolve(one.data(), CSize(1, 1), dst, 1, 0, kCreate), 0);
+  EXPECT_EQ(CPxConvolution(&empty).Convolve(one.data(), CSize(1, 1), dst, 1, 0, kCreate), 0);
+  EXPECT_PICTURE(dst, gray8({{7}}));
+  EXPECT_EQ(CPxConvolution(&deep).Convolve(one.data(), CSize(1, 1), dst, 1, 0, kExtend), 0);
+  EXPECT_TRUE(identical(dst, deep));
+  EXPECT_EQ(CPxConvolution(&none).Convolve(one.data(), CSize(1, 1), dst, 1, 0, kExtend), 1);
+  EXPECT_TRUE(identical(dst, none));
+}
+
+TEST(Convolve, allDivisorsOfAllSumsBelow32768) {
+  // One row of all sums a x 129 + b, negative ones too, against every divisor that leaves something to tell apart.
+  CPxImage image(CM_GRAY, 8, 2, 255);
+  for (int y = 0; y < 255; ++y) {
+    test::setSample(image, 0, y, 0, y);
+    test::setSample(image, 1, y, 0, (y * 37) % 256);
+  }
+  test::Random random(1);
+  for (int divisor = 1; divisor <= 32768; divisor += divisor < 1000 ? 1 : 97) {
+    const int a = random.between(-64, 64), b = random.between(-64, 64), sign = random.oneIn(2) ? 1 : -1;
+    const CPxImage dst = convolved(image, {{2, 1}, {a, b}}, sign * divisor, 100);
+    for (int y = 0; y < 255; ++y) {
+      const int sum = (a + b) * y, other = a * y + b * ((y * 37) % 256);
+      ASSERT_EQ(test::sampleAt(dst, 0, y), std::clamp(sum / (sign * divisor) + 100, 0, 255)) << divisor;
+      ASSERT_EQ(test::sampleAt(dst, 1, y), std::clamp(other / (sign * divisor) + 100, 0, 255)) << divisor;
+    }
+  }
+}
+
+TEST(ConvolveABS, isTheSizeOfTheQuotient) {
+  EXPECT_PICTURE(sized(gray8({{7, 8, 255}}), kNegative, 4), gray8({{1, 2, 63}}));
+  EXPECT_PICTURE(sized(gray8({{7, 8, 255}}), kNegative, -4), gray8({{1, 2, 63}}));
+  EXPECT_PICTURE(sized(gray16({{7, 8, 65535}}), kNegative, 4), gray16({{1, 2, 16383}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{7, 8, 255}}), CSize(1, 1), {-0.25F}, 1, 0, true), gray8({{1, 2, 63}}));
+}
+
+TEST(ConvolveABS, takesTheOffsetTheOtherWayWhereTheResultIsNegative) {
+  EXPECT_PICTURE(sized(gray8({{30, 10, 5}}), kNegative, 1, 10), gray8({{40, 0, 5}}));
+  EXPECT_PICTURE(sized(gray8({{30, 10, 5}}), kOne, 1, -10), gray8({{20, 0, 0}}));
+  EXPECT_PICTURE(sized(gray8({{30, 10, 5}}), kNegative, 1, -10), gray8({{20, 0, 0}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{30, 10, 5}}), CSize(1, 1), {-1}, 1, 10, true), gray8({{40, 0, 5}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{30, 10, 5}}), CSize(1, 1), {-1}, 1, 9.5F, true), gray8({{39, 19, 4}}));
+}
+
+TEST(ConvolveReal, truncatesAfterTheLimits) {
+  EXPECT_PICTURE(convolvedReal(gray8({{255, 100, 3}}), CSize(1, 1), {0.9996F}), gray8({{254, 99, 2}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{255, 100, 3}}), CSize(1, 1), {-0.01F}), gray8({{0, 0, 0}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{255, 100, 3}}), CSize(1, 1), {-0.5F}, 1, 60.5F), gray8({{0, 10, 59}}));
+}
+
+TEST(ConvolveReal, aSumThatMissesAWholeNumberByLessThanSinglePrecisionTells) {
+  // Three times the single-precision third of 99, in double precision: 99 and a little more, or less.
+  const float third = 1.0F / 3;
+  EXPECT_PICTURE(convolvedReal(gray8({{99, 99, 99}}), CSize(3, 1), {third, third, third}), gray8({{99, 99, 99}}));
+  const float less = std::nextafter(third, 0.0F);
+  EXPECT_PICTURE(convolvedReal(gray8({{99, 99, 99}}), CSize(3, 1), {less, less, less}), gray8({{98, 98, 98}}));
+  const float tenth = 0.1F;  // a little above 0.1
+  EXPECT_PICTURE(convolvedReal(gray8({{10, 250}}), CSize(1, 1), {tenth}), gray8({{1, 25}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{10, 250}}), CSize(1, 1), {1}, 10.000001F), gray8({{0, 24}}));
+}
+
+TEST(ConvolveReal, aDivisorOfZeroDividesAsFloatsDo) {
+  EXPECT_PICTURE(convolvedReal(gray8({{0, 1, 2}}), CSize(1, 1), {1}, 0), gray8({{0, 255, 255}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{0, 1, 2}}), CSize(1, 1), {-1}, 0), gray8({{0, 0, 0}}));
+  EXPECT_PICTURE(convolvedReal(gray16({{0, 1, 2}}), CSize(1, 1), {-1}, 0, 0, true), gray16({{0, 65535, 65535}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{1, 2}}), CSize(1, 1), {NAN}), gray8({{0, 0}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{0, 2}}), CSize(1, 1), {INFINITY}), gray8({{0, 255}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{1, 2}}), CSize(1, 1), {1}, NAN), gray8({{0, 0}}));
+  EXPECT_PICTURE(convolvedReal(gray8({{1, 2}}), CSize(1, 1), {1}, INFINITY, 7), gray8({{7, 7}}));
+}
+
+}  // namespace
+}  // namespace rasterkit
