@@ -1,3 +1,4 @@
+#include <rasterkit/neighbourhood/filter.h>
 #include <rasterkit/neighbourhood/morphology.h>
 
 #include <algorithm>
@@ -66,6 +67,30 @@ std::vector<Operation> rankOperations() {
           .reach = Reach::by(twice),
           .formula = "dst = min over the square of (max of src over the square), edge samples repeated",
           .example = "close size=2",
+      },
+      {
+          .name = "median",
+          .method = "CPxFilter::Median",
+          .summary = "the median of 3 x 3 samples",
+          .run = [](Call& c) { return c.on<CPxFilter>().Median(c.dst()); },
+          .reach = Reach::of(1),
+          .formula = "dst[x, y, c] = median of src[x + i, y + j, c], i and j from -1 to 1; the outermost pixels stay",
+          .example = "median",
+      },
+      {
+          .name = "denoise",
+          .method = "CPxFilter::RemoveRandomNoise",
+          .summary = "the median of 3 x 3 samples where a sample stands out from its neighbours",
+          .parameters = {integer("threshold")
+                             .usually(0, 500)
+                             .unit("sample values")
+                             .help("how far eight times a sample may be from the sum of its neighbours; below 0 "
+                                   "replaces every sample")},
+          .run = [](Call& c) { return c.on<CPxFilter>().RemoveRandomNoise(c.dst(), c.integer("threshold")); },
+          .reach = Reach::of(1),
+          .formula = "dst = |8 src - sum of the eight neighbours| > threshold ? median of 3 x 3 samples : src; "
+                     "the outermost pixels stay",
+          .example = "denoise threshold=200",
       },
   };
 }

@@ -19,6 +19,9 @@ constexpr int32_t kIndefinite = -2147483647 - 1;
   return value >= -2147483648.0F && value < 2147483648.0F ? static_cast<int32_t>(value) : kIndefinite;
 }
 
+// Toward zero, of what a 32-bit integer is known to hold.
+[[maybe_unused]] inline int32_t truncatedWithin(double value) { return static_cast<int32_t>(value); }
+
 // Sums, differences and products that wrap in 32 bits.
 [[maybe_unused]] constexpr int32_t wrappedSum(int32_t a, int32_t b) {
   return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
@@ -54,10 +57,10 @@ constexpr T limited(T value, T low, T high) {
 [[maybe_unused]] inline int32_t totalOrderKey(float value) {
   int32_t bits;
   __builtin_memcpy(&bits, &value, sizeof bits);
-  return bits ^ static_cast<int32_t>(static_cast<uint32_t>(bits >> 31) >> 1);
+  return bits ^ ((bits >> 31) & 0x7FFFFFFF);
 }
 [[maybe_unused]] inline float fromTotalOrderKey(int32_t key) {
-  const int32_t bits = key ^ static_cast<int32_t>(static_cast<uint32_t>(key >> 31) >> 1);
+  const int32_t bits = key ^ ((key >> 31) & 0x7FFFFFFF);
   float value;
   __builtin_memcpy(&value, &bits, sizeof value);
   return value;

@@ -33,6 +33,29 @@ class RASTERKIT_API CPxFilter : public CPxConvolution {
   /// cost     one pass; memory for 3 rows.
   int Sharpen(CPxImage& dst);
 
+  /// The median of 3 x 3 samples, channel by channel: removes what is smaller than half of them, keeps edges.
+  ///
+  ///     dst[x, y, c] = the fifth least of src[x + i, y + j, c],  i and j from -1 to 1
+  ///
+  /// The outermost rows and columns keep the source's samples; an image of fewer than three of either is copied. Floats
+  /// rank by IEEE 754 totalOrder: -0 before +0, NaN above infinity, or below -infinity with its sign set. The mask is
+  /// not looked at.
+  /// cost     one pass, no memory; in place, memory for 4 rows.
+  int Median(CPxImage& dst);
+
+  /// The median where a sample stands out from its neighbours, else the sample: removes impulse noise, leaves the rest.
+  ///
+  ///     dst[x, y, c] = |8 src[x, y, c] - sum of its eight neighbours| > threshold ? the median : src[x, y, c]
+  ///
+  /// Of floats the eight differences from the neighbours are added in double, rows top to bottom and left to right, and
+  /// the total is truncated to a 32-bit integer after each of them; the magnitude of the least one, to which NaN and
+  /// what no integer holds truncate, counts as 2147483648. So a NaN is always replaced.
+  ///
+  /// threshold  0 replaces every sample that is not the mean of its neighbours, a negative one every sample. The
+  ///            outermost rows and columns keep the source's samples. The mask is not looked at.
+  /// cost       as Median.
+  int RemoveRandomNoise(CPxImage& dst, int threshold);
+
   /// Fills a rectangle of the bound image, or the pixels that a mask selects: CPxDrawing::SetFill.
   template <rasterkit::PixelValue Value>
   int SetFill(Value value, CRect rect) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <compare>
 #include <cstdint>
+#include <cstdlib>
 #include <vector>
 
 #include "tests/plain/twins.h"
@@ -68,6 +69,54 @@ int twice(Call& c, bool greatestFirst) {
   return 1;
 }
 
+// f(x, y, channel) where all neighbours are within the image.
+template <class F>
+int inside(Call& c, F f) {
+  const CPxImage& source = c.source();
+  if (!source.IsCreated()) return 0;
+  c.dst() = source;
+  if (!supported(source)) return 0;
+  for (int y = 1; y < source.height - 1; ++y)
+    for (int x = 1; x < source.width - 1; ++x)
+      for (int channel = 0; channel < source.channels; ++channel) f(source, x, y, channel);
+  return 1;
+}
+
+double medianOf(const CPxImage& image, int x, int y, int c) {
+  std::vector<double> samples;
+  for (int v = y - 1; v <= y + 1; ++v)
+    for (int u = x - 1; u <= x + 1; ++u) samples.push_back(sampleAt(image, u, v, c));
+  std::ranges::sort(samples, ranksBelow);
+  return samples[4];
+}
+
+// Eight times the sample less its neighbours. Of floats each difference is added in double and the total truncated.
+std::int64_t laplacian(const CPxImage& image, int x, int y, int c) {
+  const double centre = sampleAt(image, x, y, c);
+  std::int64_t total = 0;
+  for (int v = y - 1; v <= y + 1; ++v) {
+    for (int u = x - 1; u <= x + 1; ++u) {
+      if (u == x && v == y) continue;
+      const double sum = static_cast<double>(total) + (centre - sampleAt(image, u, v, c));
+      total = sum > -2147483649.0 && sum < 2147483648.0 ? static_cast<std::int64_t>(sum) : -2147483648LL;
+    }
+  }
+  return total;
+}
+
+int median(Call& c) {
+  return inside(c, [&](const CPxImage& source, int x, int y, int channel) {
+    setSample(c.dst(), x, y, channel, medianOf(source, x, y, channel));
+  });
+}
+
+int removeNoise(Call& c) {
+  return inside(c, [&](const CPxImage& source, int x, int y, int channel) {
+    if (std::abs(laplacian(source, x, y, channel)) > c.integer("threshold"))
+      setSample(c.dst(), x, y, channel, medianOf(source, x, y, channel));
+  });
+}
+
 }  // namespace
 
 Twins rankTwins() {
@@ -76,6 +125,8 @@ Twins rankTwins() {
       {"dilate", [](Call& c) { return once(c, true); }},
       {"open", [](Call& c) { return twice(c, false); }},
       {"close", [](Call& c) { return twice(c, true); }},
+      {"median", median},
+      {"denoise", removeNoise},
   };
 }
 

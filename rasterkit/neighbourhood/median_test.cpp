@@ -1,0 +1,217 @@
+#include <rasterkit/neighbourhood/filter.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <limits>
+
+#include "tests/support/picture.h"
+
+namespace rasterkit {
+namespace {
+
+using namespace test;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+CPxImage median(CPxImage source) {
+  CPxImage dst;
+  EXPECT_EQ(CPxFilter(&source).Median(dst), 1);
+  return dst;
+}
+
+CPxImage withoutNoise(CPxImage source, int threshold) {
+  CPxImage dst;
+  EXPECT_EQ(CPxFilter(&source).RemoveRandomNoise(dst, threshold), 1);
+  return dst;
+}
+
+// The sample in the middle of 3 x 3, alone on a background.
+CPxImage spot(int bits, double background, double sample) {
+  Table rows(3, std::vector<double>(3, background));
+  rows[1][1] = sample;
+  return picture(CM_GRAY, bits, rows);
+}
+
+bool replaced(const CPxImage& source, int threshold) { return !samePicture(withoutNoise(source, threshold), source); }
+
+TEST(Median, takesTheMiddleOfNine) {
+  EXPECT_PICTURE(median(gray8({{1, 2, 3},  //
+                               {4, 9, 6},
+                               {7, 8, 5}})),
+                 gray8({{1, 2, 3},  //
+                        {4, 5, 6},
+                        {7, 8, 5}}));
+}
+
+// A network of comparisons sorts every order of numbers if it sorts all of zeros and ones.
+TEST(Median, isTheMiddleOfAllSetsOfNine) {
+  for (const int bits : {8, 16, 32}) {
+    for (int set = 0; set < 512; ++set) {
+      Table rows(3, std::vector<double>(3));
+      int ones = 0;
+      for (int i = 0; i < 9; ++i) {
+        rows[i / 3][i % 3] = set >> i & 1;
+        ones += set >> i & 1;
+      }
+      EXPECT_EQ(sampleAt(median(picture(CM_GRAY, bits, rows)), 1, 1), ones > 4) << set;
+    }
+  }
+}
+
+TEST(Median, keepsTheFrame) {
+  EXPECT_PICTURE(median(gray8({{9, 0, 9, 0},  //
+                               {0, 9, 0, 9},
+                               {9, 0, 9, 0},
+                               {0, 9, 0, 9}})),
+                 gray8({{9, 0, 9, 0},  //
+                        {0, 9, 0, 9},
+                        {9, 0, 9, 0},
+                        {0, 9, 0, 9}}));
+  EXPECT_PICTURE(median(gray8({{9, 9, 9}, {9, 0, 9}, {0, 9, 9}})), gray8({{9, 9, 9}, {9, 9, 9}, {0, 9, 9}}));
+}
+
+TEST(Median, readsUnfilteredNeighboursInPlaceToo) {
+  const CPxImage before = gray8({{0, 0, 0, 0, 0},  //
+                                 {0, 7, 7, 7, 0},
+                                 {0, 7, 0, 7, 0},
+                                 {0, 7, 7, 7, 0},
+                                 {0, 0, 0, 0, 0}});
+  const CPxImage expected = gray8({{0, 0, 0, 0, 0},  //
+                                   {0, 0, 7, 0, 0},
+                                   {0, 7, 7, 7, 0},
+                                   {0, 0, 7, 0, 0},
+                                   {0, 0, 0, 0, 0}});
+  EXPECT_PICTURE(median(before), expected);
+  CPxImage image = before;
+  EXPECT_EQ(CPxFilter(&image).Median(image), 1);
+  EXPECT_PICTURE(image, expected);
+  image = before;
+  EXPECT_EQ(CPxFilter(&image).RemoveRandomNoise(image, 0), 1);
+  EXPECT_PICTURE(image, expected);
+}
+
+TEST(Median, filtersChannelsIndependently) {
+  const CPxImage before = rgb8({{1, 2, 3, 1, 2, 3, 1, 2, 3},  //
+                                {1, 2, 3, 1, 2, 200, 1, 2, 3},
+                                {1, 2, 3, 1, 2, 3, 1, 2, 3}});
+  CPxImage expected = before;
+  setSample(expected, 1, 1, 2, 3);
+  EXPECT_PICTURE(median(before), expected);
+  EXPECT_PICTURE(withoutNoise(before, 1000), expected);
+}
+
+TEST(Median, imagesWithoutAnInsideAreCopied) {
+  for (const CPxImage& before :
+       {gray8({{9, 0}, {0, 9}}), gray8({{9, 0, 9, 0}, {0, 9, 0, 9}}), gray8({{9, 0}, {0, 9}, {9, 0}}),
+        CPxImage(CM_GRAY, 8, 0, 4), CPxImage(CM_GRAY, 8, 4, 0)}) {
+    EXPECT_PICTURE(median(before), before);
+    EXPECT_PICTURE(withoutNoise(before, -1), before);
+  }
+}
+
+TEST(Median, ranksFloatsByTotalOrder) {
+  EXPECT_EQ(sampleAt(median(grayFloat({{kNan, kNan, 1}, {-kInfinity, 2, 4}, {3, 0, kInfinity}})), 1, 1), 3);
+  EXPECT_TRUE(std::isnan(sampleAt(median(grayFloat({{kNan, kNan, kNan}, {kNan, 2, 4}, {3, 0, kNan}})), 1, 1)));
+  const double minusNan = std::copysign(kNan, -1.0);
+  EXPECT_EQ(sampleAt(median(grayFloat({{minusNan, minusNan, 1}, {minusNan, 2, 4}, {3, 5, 6}})), 1, 1), 2);
+  EXPECT_TRUE(
+      std::signbit(sampleAt(median(grayFloat({{0.0, 0.0, 0.0}, {0.0, -0.0, -0.0}, {-0.0, -0.0, -0.0}})), 1, 1)));
+  EXPECT_FALSE(
+      std::signbit(sampleAt(median(grayFloat({{0.0, 0.0, 0.0}, {0.0, 0.0, -0.0}, {-0.0, -0.0, -0.0}})), 1, 1)));
+}
+
+TEST(RemoveRandomNoise, replacesWhatStandsOut) {
+  EXPECT_PICTURE(withoutNoise(spot(8, 10, 255), 1000), spot(8, 10, 10));  // 8 * 245 = 1960
+  EXPECT_PICTURE(withoutNoise(spot(8, 10, 255), 2000), spot(8, 10, 255));
+  EXPECT_PICTURE(median(spot(8, 10, 255)), spot(8, 10, 10));
+}
+
+TEST(RemoveRandomNoise, theThresholdItselfIsKept) {
+  for (const int bits : {8, 16, 32}) {
+    for (const double sample : {255.0, 0.0}) {
+      const CPxImage before = spot(bits, 100, sample);
+      const int magnitude = sample > 100 ? 1240 : 800;
+      EXPECT_FALSE(replaced(before, magnitude)) << bits;
+      EXPECT_TRUE(replaced(before, magnitude - 1)) << bits;
+    }
+  }
+  EXPECT_TRUE(replaced(spot(16, 65535, 0), 524279));
+  EXPECT_FALSE(replaced(spot(16, 65535, 0), 524280));
+  EXPECT_FALSE(replaced(spot(8, 0, 255), INT_MAX));
+  EXPECT_FALSE(replaced(spot(16, 0, 65535), INT_MAX));
+}
+
+TEST(RemoveRandomNoise, aNegativeThresholdIsTheMedian) {
+  Random random(5);
+  for (const PixelType type : pixelTypes()) {
+    const CPxImage before = randomImage(random, type, 37, 9);
+    for (const int threshold : {-1, -300, INT_MIN}) EXPECT_PICTURE(withoutNoise(before, threshold), median(before));
+  }
+}
+
+TEST(RemoveRandomNoise, thresholdZeroKeepsWhatIsEven) {
+  const CPxImage slope = gray8({{1, 2, 3}, {2, 3, 4}, {3, 4, 5}});
+  EXPECT_FALSE(replaced(slope, 0));
+  // The least and the greatest of 8 bits, against everything that a narrower sum would lose.
+  EXPECT_TRUE(replaced(spot(8, 0, 255), 2039));
+  EXPECT_FALSE(replaced(spot(8, 0, 255), 2040));
+  EXPECT_TRUE(replaced(spot(8, 255, 0), 2039));
+  EXPECT_FALSE(replaced(spot(8, 255, 0), 2040));
+}
+
+TEST(RemoveRandomNoise, theFrameStays) {
+  const CPxImage before = gray8({{255, 0, 255}, {0, 0, 0}, {255, 0, 0}});
+  for (const int threshold : {-1, 0, 100, 5000}) EXPECT_PICTURE(withoutNoise(before, threshold), before);
+}
+
+TEST(RemoveRandomNoise, truncatesTheTotalOfFloatsAfterEveryDifference) {
+  // Eight differences of 0.75 would be 6; none of them reaches a whole number.
+  EXPECT_FALSE(replaced(spot(32, 0, 0.75), 0));
+  // 1.5, 2.5, 3.5 ... lose a half each: 8 in all instead of 12.
+  EXPECT_TRUE(replaced(spot(32, 0, 1.5), 7));
+  EXPECT_FALSE(replaced(spot(32, 0, 1.5), 8));
+  EXPECT_TRUE(replaced(spot(32, 1.5, 0), 7));
+  EXPECT_FALSE(replaced(spot(32, 1.5, 0), 8));
+  // The order counts: 0.5 is lost and -1 stays, or -1 and 0.5 make -0.5, which is lost.
+  EXPECT_TRUE(replaced(grayFloat({{-0.5, 1, 0.125}, {0.125, 0, 0.125}, {0.125, 0.125, 0.125}}), 0));
+  EXPECT_FALSE(replaced(grayFloat({{1, -0.5, 0.125}, {0.125, 0, 0.125}, {0.125, 0.125, 0.125}}), 0));
+}
+
+TEST(RemoveRandomNoise, totalsOfFloatsThatNoIntegerHoldsAreTheLeastOne) {
+  EXPECT_TRUE(replaced(spot(32, 1, kNan), INT_MAX));
+  EXPECT_TRUE(replaced(spot(32, 1, kInfinity), INT_MAX));
+  // 3e9 is too much; added to -2147483648 it is 852516352; and so on in turns.
+  EXPECT_TRUE(replaced(spot(32, 0, 3e9), 852516351));
+  EXPECT_FALSE(replaced(spot(32, 0, 3e9), 852516352));
+  EXPECT_TRUE(replaced(spot(32, 1, -3e9), INT_MAX));
+  // A neighbour before the last leaves -2147483648 behind, to which the rest is added.
+  EXPECT_FALSE(replaced(grayFloat({{3e9, 0, 0}, {0, 1, 0}, {0, 0, 0}}), INT_MAX));
+  EXPECT_FALSE(replaced(grayFloat({{3e9, 0, 0}, {0, 1, 0}, {0, 0, 0}}), 2147483641));
+  EXPECT_TRUE(replaced(grayFloat({{3e9, 0, 0}, {0, 1, 0}, {0, 0, 0}}), 2147483640));
+}
+
+TEST(Median, refusesUnsupportedImagesAndIgnoresTheMask) {
+  CPxImage deep(CM_GRAY, 33, 4, 4), dst = gray8({{1}});
+  EXPECT_EQ(CPxFilter(&deep).Median(dst), 0);
+  EXPECT_PICTURE(dst, deep);
+  EXPECT_EQ(CPxFilter(&deep).RemoveRandomNoise(dst, 1), 0);
+  EXPECT_PICTURE(dst, deep);
+  CPxImage empty, kept = gray8({{1}});
+  EXPECT_EQ(CPxFilter().Median(kept), 0);
+  EXPECT_EQ(CPxFilter(&empty).RemoveRandomNoise(kept, 1), 0);
+  EXPECT_PICTURE(kept, gray8({{1}}));
+
+  CPxImage source = spot(8, 10, 255), mask = gray8({{0, 0}});
+  CPxFilter filter(&source);
+  filter.SetAOIImage(&mask);
+  EXPECT_EQ(filter.Median(dst), 1);
+  EXPECT_PICTURE(dst, spot(8, 10, 10));
+  EXPECT_EQ(filter.RemoveRandomNoise(dst, 0), 1);
+  EXPECT_PICTURE(dst, spot(8, 10, 10));
+}
+
+}  // namespace
+}  // namespace rasterkit
