@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <numbers>
 #include <string>
 #include <type_traits>
 
@@ -384,7 +385,7 @@ TEST(HoughInverse, drawsNothingBeforeVotesAndBeyondTheAngles) {
 /// Pixels within half a pixel of the line with this normal angle and distance; columns and rows from 0, y upward.
 CPxImage lineImage(int width, int height, double degrees, double distance) {
   CPxImage image = black(width, height);
-  const double co = std::cos(degrees * M_PI / 180), si = std::sin(degrees * M_PI / 180);
+  const double co = std::cos(degrees * std::numbers::pi / 180), si = std::sin(degrees * std::numbers::pi / 180);
   for (int row = 0; row < height; ++row)
     for (int x = 0; x < width; ++x)
       if (std::fabs(x * co + (height - 1 - row) * si - distance) <= 0.5) test::setSample(image, x, row, 0, 255);
@@ -411,7 +412,7 @@ TEST(HoughDetect, findsLinesWithinAPixelAndHalfADegree) {
     EXPECT_NEAR(-90 + line.theta / 2.0, degrees, 0.5);
     // Distances are those of columns counted from 1, in cells a little wider than a pixel.
     const double rhoMaximum = std::sqrt(160 * 160 + 120 * 120), step = 2 * rhoMaximum / 400;
-    EXPECT_NEAR(line.rhos[0] * step - rhoMaximum, distance + std::cos(degrees * M_PI / 180), 1.5);
+    EXPECT_NEAR(line.rhos[0] * step - rhoMaximum, distance + std::cos(degrees * std::numbers::pi / 180), 1.5);
   }
 }
 
