@@ -58,14 +58,14 @@ int combine(CPxImage* image, CPxImage& other, const CRect& rect, int realChannel
     return 0;
 
   const bool whole = meansWhole(rect);
-  const auto [part, x, y] = overlap(*region, whole ? 0 : rect.left, whole ? 0 : rect.top, other.width, other.height);
+  const Overlap on = overlap(*region, whole ? 0 : rect.left, whole ? 0 : rect.top, other.width, other.height);
   // A shifted image of itself is read as it was.
   std::optional<CPxImage> kept;
-  if (&other == image && (x != part.left || y != part.top)) kept.emplace(other);
+  if (&other == image && (on.x != on.region.left || on.y != on.region.top)) kept.emplace(other);
   const CPxImage& from = kept ? *kept : other;
   return bySample(*image, channels, [&]<class S>(View<S> rows) {
-    const View<S> changed = within(rows, part);
-    const View<const S> read = within(viewOf<S>(from, channels), {x, y, part.width, part.height});
+    const View<S> changed = within(rows, on.region);
+    const View<const S> read = within(viewOf<S>(from, channels), {on.x, on.y, on.region.width, on.region.height});
     for (int row = 0; row < changed.height; ++row) f(changed.row(row), read.row(row), changed.samples());
     return 1;
   });
