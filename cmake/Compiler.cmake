@@ -14,7 +14,7 @@ target_compile_features(rasterkit_compiler INTERFACE cxx_std_20)
 # errno here, and allowing for them would keep loops from being vectorised.
 target_compile_options(rasterkit_compiler INTERFACE -ffp-contract=off -fno-trapping-math -fno-math-errno)
 
-target_compile_options(rasterkit_compiler INTERFACE -Wall -Wextra -Wpedantic -Wfloat-conversion -Wundef -Wvla -Wno-missing-field-initializers)
+target_compile_options(rasterkit_compiler INTERFACE -Wall -Wextra -Wpedantic -Wfloat-conversion -Wundef -Wvla -Wno-missing-field-initializers -Wno-pass-failed)
 if(RASTERKIT_WERROR)
   target_compile_options(rasterkit_compiler INTERFACE -Werror)
 endif()
