@@ -64,8 +64,8 @@ int CPxColorProcessing::BitmaptoRGB(const CPxImage* source, CPxImage* dst) {
   const auto& table = kernels<ColourKernels>();
   const int channels = channelsOf(*dst);
   return eachRow<std::uint8_t, std::uint8_t>(*source, *dst, [&](auto in, auto out, auto n) {
-    std::array<std::uint8_t, 512> white;
-    inBlocks(n, white.size(), [&](std::size_t first, std::size_t count) {
+    std::array<std::uint8_t, kBlock> white;
+    inBlocks(n, [&](std::size_t first, std::size_t count) {
       table.whiten8(in + first, white.data(), {1, 1, 1}, 255, count);
       table.spread(white.data(), out + first * static_cast<std::size_t>(channels), channels, count);
     });

@@ -1,9 +1,12 @@
 #include "rasterkit/colour/colour_kernels.h"
 
 #include "rasterkit/core/kernel_numbers.h"
+#include "rasterkit/core/kernel_planes.h"
 
 namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
+
+using Bytes = Planes<uint8_t>;
 
 // Samples to samples ---------------------------------------------------------------------------------------------
 
@@ -23,6 +26,8 @@ void mapSamples(const In* in, Out* out, Steps steps, size_t n, Map map) {
     if (steps.in == 4 && steps.out == 4) return mapPixels<4, 4, 3>(in, out, n, map);
     if (steps.in == 4) return mapPixels<4, 3, 3>(in, out, n, map);
     return mapPixels<3, 4, 3>(in, out, n, map);
+  } else if (steps.used == 1 && steps.in == 2 && steps.out == 1) {
+    mapPixels<2, 1, 1>(in, out, n, map);
   } else {
     for (int c = 0; c < steps.used; ++c)
       for (size_t i = 0; i < n; ++i)
@@ -31,7 +36,18 @@ void mapSamples(const In* in, Out* out, Steps steps, size_t n, Map map) {
   }
 }
 
+template <int from, int to>
+void moveColour(const uint8_t* in, uint8_t* out, size_t n) {
+  inBlocks(n, [&](size_t first, size_t count) {
+    Bytes colour;
+    split<from>(in + first * from, colour, count);
+    join<to>(colour, out + first * to, count);
+  });
+}
+
 void move(const uint8_t* in, uint8_t* out, Steps steps, size_t n) {
+  if (steps.used == 3 && steps.in == 3 && steps.out == 4) return moveColour<3, 4>(in, out, n);
+  if (steps.used == 3 && steps.in == 4 && steps.out == 3) return moveColour<4, 3>(in, out, n);
   mapSamples(in, out, steps, n, [](uint8_t s) { return s; });
 }
 
@@ -60,14 +76,8 @@ void lookUp(const uint8_t* in, uint8_t* out, Steps steps, const uint8_t (*tables
 
 // One sample to three --------------------------------------------------------------------------------------------
 
-template <int channels>
-void spreadTo(const uint8_t* in, uint8_t* out, size_t n) {
-  for (size_t i = 0; i < n; ++i)
-    for (int c = 0; c < 3; ++c) out[i * channels + c] = in[i];
-}
-
 void spread(const uint8_t* in, uint8_t* out, int channels, size_t n) {
-  channels == 3 ? spreadTo<3>(in, out, n) : spreadTo<4>(in, out, n);
+  channels == 3 ? join<3>(in, in, in, out, n) : join<4>(in, in, in, out, n);
 }
 
 void paint(const uint8_t* in, uint8_t* out, int channels, const uint32_t* colours, size_t n) {
@@ -90,15 +100,47 @@ void tint(const uint16_t* in, int step, uint8_t* out, int channels, int shift, c
 
 // Three samples to one -------------------------------------------------------------------------------------------
 
-template <int channels, class S>
-void weighPixels(const uint8_t* in, S* out, const GreyWeights& weights, size_t n) {
-  const double blue = weights.weight[0], green = weights.weight[1], red = weights.weight[2];
+// In whole numbers: the products by the high and the low 15 bits of the weights are added apart, so that both sums fit
+// 32 bits; together they are the exact sum, of which the double precision form rounds nothing off either.
+template <class S>
+void weighWhole(const Bytes& colour, S* greys, const GreyWeights& weights, size_t n) {
+  const uint8_t* const __restrict blue = colour.first;
+  const uint8_t* const __restrict green = colour.second;
+  const uint8_t* const __restrict red = colour.third;
+  S* const __restrict out = greys;
+  const int32_t highBlue = weights.high[0], highGreen = weights.high[1], highRed = weights.high[2];
+  const int32_t lowBlue = weights.low[0], lowGreen = weights.low[1], lowRed = weights.low[2];
+  const int shift = 15 - weights.shift;
+  const int32_t half = 1 << (shift - 1), most = weights.most;
+  for (size_t i = 0; i < n; ++i) {
+    const int32_t high = red[i] * highRed + green[i] * highGreen + blue[i] * highBlue;
+    const int32_t low = red[i] * lowRed + green[i] * lowGreen + blue[i] * lowBlue;
+    out[i] = static_cast<S>(least((high + (low >> 15) + half) >> shift, most));
+  }
+}
+
+template <class S>
+void weighReal(const Bytes& colour, S* greys, const GreyWeights& weights, size_t n) {
+  const uint8_t* const __restrict blue = colour.first;
+  const uint8_t* const __restrict green = colour.second;
+  const uint8_t* const __restrict red = colour.third;
+  S* const __restrict out = greys;
+  const double ofBlue = weights.weight[0], ofGreen = weights.weight[1], ofRed = weights.weight[2];
   const double scale = 1 << weights.shift;
   const int32_t most = weights.most;
-  for (size_t i = 0; i < n; ++i, in += channels) {
-    const int32_t grey = truncated((in[2] * red + in[1] * green + in[0] * blue) * scale + 0.5);
+  for (size_t i = 0; i < n; ++i) {
+    const int32_t grey = truncated((red[i] * ofRed + green[i] * ofGreen + blue[i] * ofBlue) * scale + 0.5);
     out[i] = static_cast<S>(static_cast<uint32_t>(least(grey, most)));
   }
+}
+
+template <int channels, class S>
+void weighPixels(const uint8_t* in, S* out, const GreyWeights& weights, size_t n) {
+  inBlocks(n, [&](size_t first, size_t count) {
+    Bytes colour;
+    split<channels>(in + first * channels, colour, count);
+    weights.whole ? weighWhole(colour, out + first, weights, count) : weighReal(colour, out + first, weights, count);
+  });
 }
 
 template <class S>
@@ -108,20 +150,46 @@ void weigh(const uint8_t* in, int channels, S* out, const GreyWeights& weights, 
 
 // CMYK -----------------------------------------------------------------------------------------------------------
 
+template <int channels>
+void pixelsToCmyk(const uint8_t* in, uint8_t* out, size_t n) {
+  inBlocks(n, [&](size_t first, size_t count) {
+    Bytes colour;
+    split<channels>(in + first * channels, colour, count);
+    uint8_t* const __restrict pixels = out + first * 4;
+    for (size_t i = 0; i < count; ++i) {
+      const uint8_t blue = colour.first[i], green = colour.second[i], red = colour.third[i];
+      const uint8_t most = greatest(greatest(blue, green), red);
+      const uint32_t word = wordOf(static_cast<uint8_t>(most - red), static_cast<uint8_t>(most - green),
+                                   static_cast<uint8_t>(most - blue), static_cast<uint8_t>(255 - most));
+      __builtin_memcpy(pixels + i * 4, &word, 4);
+    }
+  });
+}
+
 void toCmyk(const uint8_t* in, int channels, uint8_t* out, size_t n) {
-  for (size_t i = 0; i < n; ++i, in += channels, out += 4) {
-    const uint8_t most = greatest(greatest(in[0], in[1]), in[2]);
-    for (int c = 0; c < 3; ++c) out[c] = static_cast<uint8_t>(most - in[2 - c]);
-    out[3] = static_cast<uint8_t>(255 - most);
-  }
+  channels == 3 ? pixelsToCmyk<3>(in, out, n) : pixelsToCmyk<4>(in, out, n);
+}
+
+template <int channels>
+void pixelsFromCmyk(const uint8_t* in, uint8_t* out, size_t n) {
+  inBlocks(n, [&](size_t first, size_t count) {
+    Bytes colour;
+    const uint8_t* const __restrict pixels = in + first * 4;
+    for (size_t i = 0; i < count; ++i) {
+      const int rest = 255 - pixels[i * 4 + 3];
+      colour.third[i] = static_cast<uint8_t>(rest - pixels[i * 4]);
+      colour.second[i] = static_cast<uint8_t>(rest - pixels[i * 4 + 1]);
+      colour.first[i] = static_cast<uint8_t>(rest - pixels[i * 4 + 2]);
+    }
+    join<channels>(colour, out + first * channels, count);
+  });
 }
 
 void fromCmyk(const uint8_t* in, uint8_t* out, int channels, size_t n) {
-  for (size_t i = 0; i < n; ++i, in += 4, out += channels)
-    for (int c = 0; c < 3; ++c) out[2 - c] = static_cast<uint8_t>(255 - in[3] - in[c]);
+  channels == 3 ? pixelsFromCmyk<3>(in, out, n) : pixelsFromCmyk<4>(in, out, n);
 }
 
-// In place -------------------------------------------------------------------------------------------------------
+// Inversion ------------------------------------------------------------------------------------------------------
 
 template <class S>
 void invert(S* samples, int32_t most, size_t n) {
@@ -132,28 +200,127 @@ void invertReal(float* samples, size_t n) {
   for (size_t i = 0; i < n; ++i) samples[i] = 1.0F - samples[i];
 }
 
-template <class S>
-void invertOne(S* pixels, int channels, int channel, int32_t most, size_t n) {
-  for (size_t i = 0; i < n; ++i) {
-    S& sample = pixels[i * static_cast<size_t>(channels) + static_cast<size_t>(channel)];
-    sample = static_cast<S>(most - sample);
+// samples[i] = turned(samples[i]) for one channel. Its places repeat every 64 pixels: a mask of that length makes the
+// inner loop one over plain samples.
+template <int channels, class Mask, class S, class Turn>
+void turnChannel(S* pixels, int channel, size_t n, Turn turned) {
+  constexpr size_t kPattern = 64 * channels;
+  Mask mask[kPattern];
+  for (size_t i = 0; i < kPattern; ++i)
+    mask[i] = i % channels == static_cast<size_t>(channel) ? Mask(~Mask(0)) : Mask(0);
+  const size_t samples = n * channels;
+  size_t first = 0;
+  for (; first + kPattern <= samples; first += kPattern)
+    for (size_t i = 0; i < kPattern; ++i) {
+      const S sample = pixels[first + i];
+      pixels[first + i] = mask[i] ? turned(sample) : sample;
+    }
+  for (first += static_cast<size_t>(channel); first < samples; first += channels) pixels[first] = turned(pixels[first]);
+}
+
+template <class Mask, class S, class Turn>
+void turnOne(S* pixels, int channels, int channel, size_t n, Turn turned) {
+  switch (channels) {
+    case 2: return turnChannel<2, Mask>(pixels, channel, n, turned);
+    case 3: return turnChannel<3, Mask>(pixels, channel, n, turned);
+    case 4: return turnChannel<4, Mask>(pixels, channel, n, turned);
   }
 }
 
+template <class S>
+void invertOne(S* pixels, int channels, int channel, int32_t most, size_t n) {
+  turnOne<S>(pixels, channels, channel, n, [=](S sample) { return static_cast<S>(most - sample); });
+}
+
 void invertOneReal(float* pixels, int channels, int channel, size_t n) {
-  for (size_t i = 0; i < n; ++i) {
-    float& sample = pixels[i * static_cast<size_t>(channels) + static_cast<size_t>(channel)];
-    sample = 1.0F - sample;
-  }
+  turnOne<uint32_t>(pixels, channels, channel, n, [](float sample) { return 1.0F - sample; });
+}
+
+// Replacement ----------------------------------------------------------------------------------------------------
+//
+// Blocks without the colour, which are most, are only read.
+
+// Pixels that are one whole number each.
+template <class Word>
+void replaceWords(void* pixels, const void* find, const void* write, size_t n) {
+  Word wanted, written;
+  __builtin_memcpy(&wanted, find, sizeof(Word));
+  __builtin_memcpy(&written, write, sizeof(Word));
+  auto* const bytes = static_cast<unsigned char*>(pixels);
+  inBlocks(n, [&](size_t first, size_t count) {
+    unsigned char* const block = bytes + first * sizeof(Word);
+    Word any = 0;
+    for (size_t i = 0; i < count; ++i) {
+      Word word;
+      __builtin_memcpy(&word, block + i * sizeof(Word), sizeof(Word));
+      any |= static_cast<Word>(word == wanted);
+    }
+    if (!any) return;
+    for (size_t i = 0; i < count; ++i) {
+      Word word;
+      __builtin_memcpy(&word, block + i * sizeof(Word), sizeof(Word));
+      word = word == wanted ? written : word;
+      __builtin_memcpy(block + i * sizeof(Word), &word, sizeof(Word));
+    }
+  });
+}
+
+// Pixels of three samples.
+template <class S>
+void replaceTriples(S* pixels, const S* find, const S* write, size_t n) {
+  const S find0 = find[0], find1 = find[1], find2 = find[2], write0 = write[0], write1 = write[1], write2 = write[2];
+  inBlocks(n, [&](size_t first, size_t count) {
+    Planes<S> colour;
+    split<3>(pixels + first * 3, colour, count);
+    const S* const a = colour.first;
+    const S* const b = colour.second;
+    const S* const c = colour.third;
+    uint8_t equal[kBlock];
+    uint8_t any = 0;
+    for (size_t i = 0; i < count; ++i) {
+      equal[i] = static_cast<uint8_t>((a[i] == find0) & (b[i] == find1) & (c[i] == find2));
+      any |= equal[i];
+    }
+    if (!any) return;
+    // Into other planes: a choice between a new value and the one that stands becomes a branch.
+    Planes<S> replaced;
+    for (size_t i = 0; i < count; ++i) replaced.first[i] = equal[i] ? write0 : a[i];
+    for (size_t i = 0; i < count; ++i) replaced.second[i] = equal[i] ? write1 : b[i];
+    for (size_t i = 0; i < count; ++i) replaced.third[i] = equal[i] ? write2 : c[i];
+    join<3>(replaced, pixels + first * 3, count);
+  });
+}
+
+template <size_t bytes>
+struct WordOf;
+template <>
+struct WordOf<1> {
+  using Type = uint8_t;
+};
+template <>
+struct WordOf<2> {
+  using Type = uint16_t;
+};
+template <>
+struct WordOf<4> {
+  using Type = uint32_t;
+};
+template <>
+struct WordOf<8> {
+  using Type = uint64_t;
+};
+
+void replaceReal(float* pixels, const float* find, const float* write, size_t n) {
+  replaceTriples(pixels, find, write, n);
 }
 
 template <class S>
 void replace(S* pixels, int channels, const S* find, const S* write, size_t n) {
-  for (size_t i = 0; i < n; ++i, pixels += channels) {
-    bool equal = true;
-    for (int c = 0; c < channels; ++c) equal = equal && pixels[c] == find[c];
-    if (equal)
-      for (int c = 0; c < channels; ++c) pixels[c] = write[c];
+  switch (channels) {
+    case 1: return replaceWords<typename WordOf<sizeof(S)>::Type>(pixels, find, write, n);
+    case 2: return replaceWords<typename WordOf<2 * sizeof(S)>::Type>(pixels, find, write, n);
+    case 3: return replaceTriples(pixels, find, write, n);
+    case 4: return replaceWords<typename WordOf<4 * sizeof(S)>::Type>(pixels, find, write, n);
   }
 }
 
@@ -182,6 +349,6 @@ const ColourKernels colourKernels = {move,
                                      invertOneReal,
                                      replace<uint8_t>,
                                      replace<uint16_t>,
-                                     replace<float>};
+                                     replaceReal};
 
 }  // namespace rasterkit::RASTERKIT_LEVEL

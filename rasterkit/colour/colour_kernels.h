@@ -63,10 +63,10 @@ struct ColourKernels {
   void (*invertOne16)(uint16_t* pixels, int channels, int channel, int32_t most, size_t n);
   void (*invertOneReal)(float* pixels, int channels, int channel, size_t n);
 
-  // Pixels that equal find become write; both have one value a channel.
+  // Pixels that equal find become write; both have one value a channel. Floats: three.
   void (*replace8)(uint8_t* pixels, int channels, const uint8_t* find, const uint8_t* write, size_t n);
   void (*replace16)(uint16_t* pixels, int channels, const uint16_t* find, const uint16_t* write, size_t n);
-  void (*replaceReal)(float* pixels, int channels, const float* find, const float* write, size_t n);
+  void (*replaceReal)(float* pixels, const float* find, const float* write, size_t n);
 };
 
 RASTERKIT_KERNEL_TABLE(ColourKernels, colourKernels)

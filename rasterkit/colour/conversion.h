@@ -5,6 +5,7 @@
 
 #include "rasterkit/colour/colour_kernels.h"
 #include "rasterkit/core/dispatch.h"
+#include "rasterkit/core/kernel_planes.h"
 #include "rasterkit/core/kernels.h"
 
 #include <initializer_list>
@@ -36,12 +37,6 @@ int eachRow(const CPxImage& source, CPxImage& dst, Row row) {
   const auto n = static_cast<std::size_t>(in.width);
   for (int y = 0; y < in.height; ++y) row(in.row(y), out.row(y), n);
   return 1;
-}
-
-// f(first, count) for n things, at most so many at a time: blocks on the stack stay in the fastest cache.
-template <class F>
-void inBlocks(std::size_t n, std::size_t most, F f) {
-  for (std::size_t first = 0; first < n; first += most) f(first, n - first < most ? n - first : most);
 }
 
 }  // namespace rasterkit

@@ -29,8 +29,8 @@ template <class S, class Weigh>
 void weighRow(Weigh weigh, const std::uint8_t* in, int inChannels, S* out, int channels, const GreyWeights& weights,
               std::size_t n) {
   if (channels == 1) return weigh(in, inChannels, out, weights, n);
-  std::array<S, 512> grey;
-  inBlocks(n, grey.size(), [&](std::size_t first, std::size_t count) {
+  std::array<S, kBlock> grey;
+  inBlocks(n, [&](std::size_t first, std::size_t count) {
     weigh(in + first * static_cast<std::size_t>(inChannels), inChannels, grey.data(), weights, count);
     for (std::size_t i = 0; i < count; ++i) out[(first + i) * static_cast<std::size_t>(channels)] = grey[i];
   });
@@ -85,8 +85,8 @@ int CPxColorProcessing::GraytoRGB(const CPxImage* source, CPxImage* dst, float r
   const auto& table = kernels<ColourKernels>();
   const int from = channelsOf(*source), to = channelsOf(*dst);
   return eachRow<std::uint8_t, std::uint8_t>(*source, *dst, [&](auto in, auto out, auto n) {
-    std::array<std::uint8_t, 512> grey;
-    inBlocks(n, grey.size(), [&](std::size_t first, std::size_t count) {
+    std::array<std::uint8_t, kBlock> grey;
+    inBlocks(n, [&](std::size_t first, std::size_t count) {
       const std::uint8_t* greys = in + first * static_cast<std::size_t>(from);
       std::uint8_t* const pixels = out + first * static_cast<std::size_t>(to);
       if (from == 2) {
@@ -107,8 +107,8 @@ int CPxColorProcessing::Gray16toRGB(const CPxImage* source, CPxImage* dst, float
   const int shift = source->bitsPerSample - 8;
   const int from = channelsOf(*source), to = channelsOf(*dst);
   return eachRow<std::uint16_t, std::uint8_t>(*source, *dst, [&](auto in, auto out, auto n) {
-    std::array<std::uint8_t, 512> grey;
-    inBlocks(n, grey.size(), [&](std::size_t first, std::size_t count) {
+    std::array<std::uint8_t, kBlock> grey;
+    inBlocks(n, [&](std::size_t first, std::size_t count) {
       const std::uint16_t* const greys = in + first * static_cast<std::size_t>(from);
       std::uint8_t* const pixels = out + first * static_cast<std::size_t>(to);
       if (!plain) return table.tint(greys, from, pixels, to, shift, weights, count);

@@ -69,7 +69,7 @@ void replaceRows(CPxImage& image, const tagPXG4& from, const tagPXG4& to) {
   eachRowOf<S>(image, [&](S* row, std::size_t n) {
     if constexpr (std::is_same_v<S, std::uint8_t>) table.replace8(row, channels, find.data(), write.data(), n);
     if constexpr (std::is_same_v<S, std::uint16_t>) table.replace16(row, channels, find.data(), write.data(), n);
-    if constexpr (std::is_same_v<S, float>) table.replaceReal(row, channels, find.data(), write.data(), n);
+    if constexpr (std::is_same_v<S, float>) table.replaceReal(row, find.data(), write.data(), n);
   });
 }
 

@@ -1,6 +1,7 @@
 #include "rasterkit/colour/space_kernels.h"
 
 #include "rasterkit/core/kernel_numbers.h"
+#include "rasterkit/core/kernel_planes.h"
 
 namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
@@ -92,10 +93,13 @@ inline SpacePixel ycbcrOf(ColourPixel pixel) {
 
 // A sample between m1 and m2 by its hue.
 inline uint8_t valueOf(float m1, float m2, float hue) {
-  hue = hue > 360.0F ? hue - 360.0F : hue < 0.0F ? hue + 360.0F : hue;
-  const float way = hue < 60.0F ? hue : 240.0F - hue;
-  const float slope = m1 + (m2 - m1) * way * 0.016666668F;
-  const float value = hue < 60.0F ? slope : hue < 180.0F ? m2 : hue < 240.0F ? slope : m1;
+  hue = hue > 360.0F ? hue - 360.0F : hue;
+  hue = hue < 0.0F ? hue + 360.0F : hue;  // never the hue of the line above
+  const float slope = m1 + (m2 - m1) * (hue < 60.0F ? hue : 240.0F - hue) * 0.016666668F;
+  float value = m1;
+  value = hue < 240.0F ? slope : value;
+  value = hue < 180.0F ? m2 : value;
+  value = hue < 60.0F ? slope : value;
   return lowByte(truncated(value * 255.0F));
 }
 
@@ -110,61 +114,133 @@ inline ColourPixel ofHls(float hue, float lightness, float saturation) {
   return {isGrey ? grey : blue, isGrey ? grey : green, isGrey ? grey : red};
 }
 
-inline float withinUnit(float value) { return value > 1.0F ? 0.99F : value < 0.0F ? 0.0F : value; }
-
-inline ColourPixel ofHsi(SpacePixel pixel) {
-  return ofHls(pixel.sample[0], withinUnit(pixel.sample[2]), withinUnit(pixel.sample[1]));
+inline float withinUnit(float value) {
+  value = value > 1.0F ? 0.99F : value;
+  return value < 0.0F ? 0.0F : value;
 }
 
-inline ColourPixel ofHlsPixel(SpacePixel pixel) { return ofHls(pixel.sample[0], pixel.sample[1], pixel.sample[2]); }
+inline ColourPixel ofHsi(float hue, float saturation, float intensity) {
+  return ofHls(hue, withinUnit(intensity), withinUnit(saturation));
+}
 
-inline ColourPixel ofYcbcr(SpacePixel pixel) {
-  const double y = static_cast<double>(pixel.sample[0]), cb = static_cast<double>(pixel.sample[1]),
-               cr = static_cast<double>(pixel.sample[2]);
+inline ColourPixel ofYcbcr(float first, float second, float third) {
+  const double y = static_cast<double>(first), cb = static_cast<double>(second), cr = static_cast<double>(third);
   const auto negated = [](double value) { return lowByte(wrappedDifference(0, truncated(value))); };
   return {negated(y + 1.772 * cb), negated(y - 0.34414 * cb - 0.71414 * cr), negated(y + 1.402 * cr)};
 }
 
 // Rows -----------------------------------------------------------------------------------------------------------
 
+using Bytes = Planes<uint8_t>;
+using Reals = Planes<float>;
+
 template <SpacePixel (*of)(ColourPixel)>
-void toSpace(const uint8_t* in, int channels, float* out, size_t n) {
-  for (size_t i = 0; i < n; ++i, in += channels, out += 3) {
-    const SpacePixel pixel = of({in[0], in[1], in[2]});
-    for (int c = 0; c < 3; ++c) out[c] = pixel.sample[c];
+inline void toSpace(const Bytes& colour, Reals& space, size_t n) {
+  const uint8_t* const __restrict blue = colour.first;
+  const uint8_t* const __restrict green = colour.second;
+  const uint8_t* const __restrict red = colour.third;
+  float* const __restrict first = space.first;
+  float* const __restrict second = space.second;
+  float* const __restrict third = space.third;
+  for (size_t i = 0; i < n; ++i) {
+    const SpacePixel pixel = of({blue[i], green[i], red[i]});
+    first[i] = pixel.sample[0];
+    second[i] = pixel.sample[1];
+    third[i] = pixel.sample[2];
   }
 }
 
-template <ColourPixel (*of)(SpacePixel)>
-void fromSpace(const float* in, uint8_t* out, int channels, size_t n) {
-  for (size_t i = 0; i < n; ++i, in += 3, out += channels) {
-    const ColourPixel pixel = of({{in[0], in[1], in[2]}});
-    out[0] = pixel.blue;
-    out[1] = pixel.green;
-    out[2] = pixel.red;
+template <ColourPixel (*of)(float, float, float)>
+inline void fromSpace(const float* firsts, const float* seconds, const float* thirds, Bytes& colour, size_t n) {
+  const float* const __restrict first = firsts;
+  const float* const __restrict second = seconds;
+  const float* const __restrict third = thirds;
+  uint8_t* const __restrict blue = colour.first;
+  uint8_t* const __restrict green = colour.second;
+  uint8_t* const __restrict red = colour.third;
+  for (size_t i = 0; i < n; ++i) {
+    const ColourPixel pixel = of(first[i], second[i], third[i]);
+    blue[i] = pixel.blue;
+    green[i] = pixel.green;
+    red[i] = pixel.red;
   }
+}
+
+// The limits in a loop of their own: with them the other one does not vectorise.
+inline void fromHsi(Reals& space, Bytes& colour, size_t n) {
+  for (size_t i = 0; i < n; ++i) space.second[i] = withinUnit(space.second[i]);
+  for (size_t i = 0; i < n; ++i) space.third[i] = withinUnit(space.third[i]);
+  fromSpace<ofHls>(space.first, space.third, space.second, colour, n);
+}
+inline void fromHls(Reals& space, Bytes& colour, size_t n) {
+  fromSpace<ofHls>(space.first, space.second, space.third, colour, n);
+}
+inline void fromYcbcr(Reals& space, Bytes& colour, size_t n) {
+  fromSpace<ofYcbcr>(space.first, space.second, space.third, colour, n);
+}
+
+template <SpacePixel (*of)(ColourPixel), int channels>
+void pixelsToSpace(const uint8_t* in, float* out, size_t n) {
+  inBlocks(n, [&](size_t first, size_t count) {
+    Bytes colour;
+    Reals space;
+    split<channels>(in + first * channels, colour, count);
+    toSpace<of>(colour, space, count);
+    join<3>(space, out + first * 3, count);
+  });
+}
+
+template <SpacePixel (*of)(ColourPixel)>
+void toSpaceRow(const uint8_t* in, int channels, float* out, size_t n) {
+  channels == 3 ? pixelsToSpace<of, 3>(in, out, n) : pixelsToSpace<of, 4>(in, out, n);
+}
+
+template <void (*from)(Reals&, Bytes&, size_t), int channels>
+void pixelsFromSpace(const float* in, uint8_t* out, size_t n) {
+  inBlocks(n, [&](size_t first, size_t count) {
+    Bytes colour;
+    Reals space;
+    split<3>(in + first * 3, space, count);
+    from(space, colour, count);
+    join<channels>(colour, out + first * channels, count);
+  });
+}
+
+template <void (*from)(Reals&, Bytes&, size_t)>
+void fromSpaceRow(const float* in, uint8_t* out, int channels, size_t n) {
+  channels == 3 ? pixelsFromSpace<from, 3>(in, out, n) : pixelsFromSpace<from, 4>(in, out, n);
+}
+
+template <int channels>
+void adjustPixels(uint8_t* pixels, SpacePixel added, size_t n) {
+  inBlocks(n, [&](size_t first, size_t count) {
+    Bytes colour;
+    Reals space;
+    split<channels>(pixels + first * channels, colour, count);
+    toSpace<hsiOf>(colour, space, count);
+    for (size_t i = 0; i < count; ++i) {
+      space.first[i] += added.sample[0];
+      space.second[i] += added.sample[1];
+      space.third[i] += added.sample[2];
+    }
+    fromHsi(space, colour, count);
+    join<channels>(colour, pixels + first * channels, count);
+  });
 }
 
 void adjustHsi(uint8_t* pixels, int channels, SpacePixel added, size_t n) {
-  for (size_t i = 0; i < n; ++i, pixels += channels) {
-    SpacePixel pixel = hsiOf({pixels[0], pixels[1], pixels[2]});
-    for (int c = 0; c < 3; ++c) pixel.sample[c] += added.sample[c];
-    const ColourPixel colour = ofHsi(pixel);
-    pixels[0] = colour.blue;
-    pixels[1] = colour.green;
-    pixels[2] = colour.red;
-  }
+  channels == 3 ? adjustPixels<3>(pixels, added, n) : adjustPixels<4>(pixels, added, n);
 }
 
 }  // namespace
 
-const SpaceKernels spaceKernels = {toSpace<hsiOf>,
-                                   toSpace<hsvOf>,
-                                   toSpace<hlsOf>,
-                                   toSpace<ycbcrOf>,
-                                   fromSpace<ofHsi>,
-                                   fromSpace<ofHlsPixel>,
-                                   fromSpace<ofYcbcr>,
+const SpaceKernels spaceKernels = {toSpaceRow<hsiOf>,
+                                   toSpaceRow<hsvOf>,
+                                   toSpaceRow<hlsOf>,
+                                   toSpaceRow<ycbcrOf>,
+                                   fromSpaceRow<fromHsi>,
+                                   fromSpaceRow<fromHls>,
+                                   fromSpaceRow<fromYcbcr>,
                                    adjustHsi,
                                    hsiOf,
                                    hsvOf,

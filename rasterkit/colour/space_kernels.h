@@ -37,7 +37,7 @@ struct SpaceKernels {
 
   SpacePixel (*hsiOf)(ColourPixel);
   SpacePixel (*hsvOf)(ColourPixel);
-  ColourPixel (*ofHsi)(SpacePixel);
+  ColourPixel (*ofHsi)(float hue, float saturation, float intensity);
 
   double (*arcCosine)(double);  // of -1 to 1
 };

@@ -35,7 +35,7 @@ void CPxColorProcessing::RGBtoHSI(unsigned char R, unsigned char G, unsigned cha
 }
 
 void CPxColorProcessing::HSItoRGB(float H, float S, float I, unsigned char& R, unsigned char& G, unsigned char& B) {
-  const ColourPixel pixel = kernels<SpaceKernels>().ofHsi({{H, S, I}});
+  const ColourPixel pixel = kernels<SpaceKernels>().ofHsi(H, S, I);
   R = pixel.red;
   G = pixel.green;
   B = pixel.blue;
