@@ -215,8 +215,8 @@ void Storage::takeShape(CPxImage& image, const CPxImage& source) {
 bool Storage::holdsItsPixels(const CPxImage& image) {
   return image.rows_ && image.channelBits == image.ownChannelBits_ && image.channels >= 0 && image.channels <= 4 &&
          image.width >= 0 && image.height >= 0 && image.height <= image.rowCount_ && image.bytesPerLine >= 0 &&
-         image.bytesPerLine % 4 == 0 &&
-         image.bufferSize == std::int64_t{image.bytesPerLine} * image.height && image.bufferSize <= image.blockSize_;
+         image.bytesPerLine % 4 == 0 && image.bufferSize == std::int64_t{image.bytesPerLine} * image.height &&
+         image.bufferSize <= image.blockSize_;
 }
 
 bool Storage::rowsHold(const CPxImage& image, int channels) {

@@ -1,7 +1,7 @@
 #pragma once
 // Memory asked for ahead of its use. Processors fetch ahead by themselves only within a page of 4096 bytes, so that the
-// beginning of every row, and each page of a long one, would be waited for. Asking for the next row of the source and of
-// the destination while this one is worked on made erosion up to twice as fast (morphology_bench).
+// beginning of every row, and each page of a long one, would be waited for. Asking for the next row of the source and
+// of the destination while this one is worked on made erosion up to twice as fast (morphology_bench).
 
 #include <cstddef>
 
