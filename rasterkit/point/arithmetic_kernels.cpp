@@ -78,11 +78,16 @@ void multiply(float* row, size_t n, int32_t k) {
   for (size_t i = 0; i < n; ++i) row[i] = float(limited(truncated(row[i] * factor), 0, 255));
 }
 
+// Toward zero, the low byte: 0 for NaN and for what 32 bits cannot hold.
+inline int32_t lowByteOf(float value) {
+  return static_cast<int32_t>(value >= -2147483648.0F && value < 2147483648.0F ? value : 0.0F) & 0xFF;
+}
+
 template <class S>
 void addReal(S* row, size_t n, float k) {
   for (size_t i = 0; i < n; ++i) {
     const float sum = float(row[i]) + k;
-    row[i] = S(truncated(sum > 255.0F ? 255.0F : sum) & 0xFF);
+    row[i] = S(lowByteOf(sum > 255.0F ? 255.0F : sum));
   }
 }
 
@@ -90,20 +95,19 @@ template <class S>
 void subtractReal(S* row, size_t n, float k) {
   for (size_t i = 0; i < n; ++i) {
     const float difference = float(row[i]) - k;
-    row[i] = S(truncated(difference < 0.0F ? 0.0F : difference) & 0xFF);
+    row[i] = S(lowByteOf(difference < 0.0F ? 0.0F : difference));
   }
 }
 
-// Truncating p + 0.5 in double is adding 1 to the truncated p where its fraction, exact in single precision, reaches a
-// half. NaN becomes 0.
+// For p from 0 to 255, p + 0.5 truncated is half of 2p truncated plus 1, truncated; 2p is exact in single precision, so
+// there is no need of a wider sum. NaN becomes 0.
 template <class S>
 void multiplyReal(S* row, size_t n, float k) {
   for (size_t i = 0; i < n; ++i) {
     float product = float(row[i]) * k;
     product = product > 0.0F ? product : 0.0F;
     product = product < 255.0F ? product : 255.0F;
-    const auto whole = static_cast<int32_t>(product);
-    row[i] = S(whole + (product - float(whole) >= 0.5F ? 1 : 0));
+    row[i] = S((static_cast<int32_t>(product + product) + 1) >> 1);
   }
 }
 

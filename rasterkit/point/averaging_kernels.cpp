@@ -14,7 +14,15 @@ void averageBlock(const S* const* rows, size_t count, size_t from, S* out, size_
   Sum sums[kBlock];
   const S* const first = rows[0] + from;
   for (size_t i = 0; i < n; ++i) sums[i] = Sum(first[i]);
-  for (size_t k = 1; k < count; ++k) {
+  // Four images at a time, so that the sums pass through memory less often.
+  size_t k = 1;
+  for (; k + 4 <= count; k += 4) {
+    const S *const a = rows[k] + from, *const b = rows[k + 1] + from;
+    const S *const c = rows[k + 2] + from, *const d = rows[k + 3] + from;
+    for (size_t i = 0; i < n; ++i)
+      sums[i] = Sum(Sum(Sum(Sum(sums[i] + Sum(a[i])) + Sum(b[i])) + Sum(c[i])) + Sum(d[i]));
+  }
+  for (; k < count; ++k) {
     const S* const row = rows[k] + from;
     for (size_t i = 0; i < n; ++i) sums[i] = Sum(sums[i] + Sum(row[i]));
   }
