@@ -15,7 +15,7 @@ BENCH(average) {
     }
     const auto dst = image(model, 8), peers = image(model, 8);
     Case one{.name = std::string("average 8 ") + (model == CM_GRAY ? "grey" : "RGB") + " 8-bit",
-             .ours = [=] { CPxAveraging(series.get()).AveragingAverage(*dst); },
+             .ours = [images, series, dst] { CPxAveraging(series.get()).AveragingAverage(*dst); },
              .copies = static_cast<std::size_t>(dst->bufferSize) * 4,
              .against = "accumulate and convert"};
 #ifdef RASTERKIT_OPENCV

@@ -23,7 +23,7 @@ BENCH(tables) {
     contrast->SetCoefficient(1);
     contrast->CreateVectorTable(1 << bits);
     Case one{.name = std::string("contrast") + type,
-             .ours = [=] { contrast->Contrast(kAll); },
+             .ours = [target, contrast] { contrast->Contrast(kAll); },
              .copies = static_cast<std::size_t>(target->bufferSize)};
 #ifdef RASTERKIT_OPENCV
     if (bits == 8) {
@@ -40,7 +40,7 @@ BENCH(counts) {
   auto counting = [&](const std::string& name, const Image& source) {
     const auto points = std::make_shared<CPxPointProcessing>(source.get());
     bench.add({.name = name,
-               .ours = [=] { points->CalLookupTable(); },
+               .ours = [source, points] { points->CalLookupTable(); },
                .peer = PEER([source, m = mat(*source), counts = std::vector<cv::Mat>(4)]() mutable {
                  const float range[] = {0, m.depth() == CV_8U ? 256.0F : 65536.0F};
                  const float* ranges[] = {range};

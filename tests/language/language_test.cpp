@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "tests/support/files.h"
@@ -92,12 +91,12 @@ TEST_F(Language, staysWhereALibraryIsMissing) {
 
 TEST_F(Language, ofAnyOtherNumberIsTheBareName) {
   provide("rasterkit KOR.DLL", "rasterkit");
+  provide("rasterkit KOR.DLL", "rasterkit.dll");  // Windows adds the ending to a bare name
   for (const int number : {7, 0, -1, 10}) {
     speak(9);
     GetHostProfileManager().SetUIPath(folder.string().c_str());
     speak(number);
-    // The system may add an ending of its own to a bare name.
-    EXPECT_TRUE(isKorean(message()) || !std::filesystem::exists("/proc/self/maps")) << number;
+    EXPECT_TRUE(isKorean(message())) << number;
     GetHostProfileManager().SetUIPath(nullptr);
   }
 }
@@ -111,8 +110,7 @@ TEST_F(Language, asksTheLibraryWideProfileOnly) {
 }
 
 TEST_F(Language, freesTheLibraryThatItHadBefore) {
-  std::ifstream maps("/proc/self/maps");
-  if (!maps) GTEST_SKIP() << "the system does not list its loaded files here";
+  if (std::filesystem::path::preferred_separator == '\\') GTEST_SKIP() << "Windows has a test of its own";
   provide("rasterkit ENG.DLL", "rasterkit ENG.DLL");
   provide("rasterkit KOR.DLL", "rasterkit KOR.DLL");
   auto loaded = [&](const char* name) {

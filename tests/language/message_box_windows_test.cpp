@@ -49,14 +49,14 @@ Box shown(const char* caption, const wchar_t* wide) {
   return box;
 }
 
-TEST(MessageBox, speaksEnglish) {
+TEST(MessageWindow, speaksEnglish) {
   GetImageProcessingManager().UpdateLanguage(9);
   const Box box = shown("Darkroom", L"Darkroom");
   EXPECT_EQ(box.caption, L"Darkroom");
   EXPECT_EQ(box.text, L"You should call a SetCoefficient and CreateVectorTable function first.");
 }
 
-TEST(MessageBox, speaksKorean) {
+TEST(MessageWindow, speaksKorean) {
   if (GetACP() != 949) GTEST_SKIP() << "texts are shown in code page " << GetACP() << ", which has no Korean";
   GetImageProcessingManager().UpdateLanguage(18);
   const Box box = shown("\xBE\xCF\xBD\xC7", L"\uC554\uC2E4");  // a dark room, in code page 949
@@ -65,6 +65,19 @@ TEST(MessageBox, speaksKorean) {
   EXPECT_EQ(box.text,
             L"\uBA3C\uC800 SetCoefficient \uBC0F CreateVectorTable \uD568\uC218\uB97C \uD638\uCD9C\uD574\uC57C "
             L"\uD569\uB2C8\uB2E4.");
+}
+
+TEST(LanguageLibrary, isFreedWhenAnotherIsLoaded) {
+  auto loaded = [](const char* name) { return GetModuleHandleA(name) != nullptr; };
+  CImageProcessingManager& manager = GetImageProcessingManager();
+  manager.UpdateLanguage(9);
+  manager.UpdateLanguage(9);
+  EXPECT_TRUE(loaded("rasterkit ENG.DLL"));
+  manager.UpdateLanguage(18);
+  EXPECT_FALSE(loaded("rasterkit ENG.DLL")) << "loaded twice, freed twice";
+  EXPECT_TRUE(loaded("rasterkit KOR.DLL"));
+  manager.UpdateLanguage(9);
+  EXPECT_FALSE(loaded("rasterkit KOR.DLL"));
 }
 
 }  // namespace
