@@ -7,6 +7,7 @@
 #include <rasterkit/geometry/regions.h>
 
 #include "rasterkit/core/view.h"
+#include "rasterkit/geometry/copy_bytes.h"
 #include "rasterkit/platform/desktop_seam.h"
 
 #include <algorithm>
@@ -51,9 +52,11 @@ MadeBitmap blockOf(const CPxImage& image, const CPxPalette& palette = CPxPalette
   std::memset(to + known * sizeof(tagRGBA), 0, (colours - known) * sizeof(tagRGBA));
   to += colours * sizeof(tagRGBA);
 
-  for (int y = rows.height; y-- > 0; to += stride) {
-    std::memcpy(to, rows.row(y), rows.samples());
-    std::memset(to + rows.samples(), 0, stride - rows.samples());
+  // From the image's first row on, which is the block's last: processors fetch ahead of an ascending reader only.
+  for (int y = 0; y < rows.height; ++y) {
+    unsigned char* const row = to + static_cast<std::size_t>(rows.height - 1 - y) * stride;
+    copyBytes(row, rows.row(y), rows.samples());
+    std::memset(row + rows.samples(), 0, stride - rows.samples());
   }
   return made;
 }

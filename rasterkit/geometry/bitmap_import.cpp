@@ -5,6 +5,7 @@
 
 #include "rasterkit/core/view.h"
 #include "rasterkit/geometry/bitmap_block.h"
+#include "rasterkit/geometry/copy_bytes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -20,8 +21,12 @@ COLOR_MODEL modelOf(const BitmapBlock& block) {
   return block.bits <= 8 ? CM_INDEX : block.bits == 32 ? CM_RGBA : CM_RGB;
 }
 
+// In the order in which the block has them: processors fetch ahead of an ascending reader only.
 void copyRows(const BitmapBlock& block, Rows out) {
-  for (int y = 0; y < out.height; ++y) std::memcpy(out.row(y), block.row(y), out.samples());
+  for (int i = 0; i < out.height; ++i) {
+    const int y = block.topDown ? i : out.height - 1 - i;
+    copyBytes(out.row(y), block.row(y), out.samples());
+  }
 }
 
 // Indices of 1 or 4 bits, the first in the highest bits.

@@ -2,11 +2,11 @@
 
 #include "rasterkit/core/kernels.h"
 #include "rasterkit/core/numbers.h"
+#include "rasterkit/geometry/copy_bytes.h"
 #include "rasterkit/geometry/resample_kernels.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <type_traits>
 
 namespace rasterkit {
@@ -104,7 +104,7 @@ const S* Across<S>::operator()(const S* row, S* room) {
 template <class S>
 void Down<S>::operator()(const S* a, const S* b, std::size_t y, S* out, std::size_t n) const {
   if (share_[y] == 0)
-    std::memcpy(out, a, n * sizeof(S));
+    copyBytes(out, a, n * sizeof(S));
   else if (weights_.stands[y])
     blendRows<S>().downWhole(a, b, weights_.weight[y], out, n);
   else

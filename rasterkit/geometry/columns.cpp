@@ -1,10 +1,10 @@
 #include "rasterkit/geometry/columns.h"
 
 #include "rasterkit/core/kernels.h"
+#include "rasterkit/geometry/copy_bytes.h"
 #include "rasterkit/geometry/resample_kernels.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 namespace rasterkit {
@@ -53,7 +53,7 @@ void Columns::pick(const void* in, void* out) const {
   const auto* const from = static_cast<const std::uint8_t*>(in);
   auto* const to = static_cast<std::uint8_t*>(out);
   if (inOrder_) {
-    std::memcpy(to, from, index_.size() * bytes_);
+    copyBytes(to, from, index_.size() * bytes_);
     return;
   }
 #if RASTERKIT_HAS_VBMI

@@ -72,14 +72,14 @@ BENCH(resize_bilinear) {
 
 BENCH(flip) {
   constexpr const char* names[] = {"vertical", "horizontal", "both"};
-  constexpr int peerCodes[] = {0, 1, -1};
   for (const Kind& kind : {kGrey8, kRgb8})
     for (int flag = 0; flag < 3; ++flag) {
       const auto ours = image(kind.model, kind.bits), theirs = image(kind.model, kind.bits);
       bench.add(
           {.name = std::string("flip ") + names[flag] + " " + kind.name,
            .ours = [=] { CPxGeometryProcessing(ours.get()).Flip(static_cast<CPxGeometryProcessing::FLIP_FLAG>(flag)); },
-           .peer = PEER([theirs, flag, both = mat(*theirs)]() mutable { cv::flip(both, both, peerCodes[flag]); })});
+           .peer =
+               PEER([theirs, flag, both = mat(*theirs)]() mutable { cv::flip(both, both, flag == 2 ? -1 : flag); })});
     }
 }
 

@@ -10,6 +10,16 @@ void pick(const uint8_t* in, const int32_t* columns, uint8_t* out, size_t n) {
   for (size_t i = 0; i < n; ++i) __builtin_memcpy(out + i * bytes, in + static_cast<size_t>(columns[i]) * bytes, bytes);
 }
 
+void exchange(uint8_t* a, uint8_t* b, size_t n) {
+  uint8_t* const __restrict first = a;
+  uint8_t* const __restrict second = b;
+  for (size_t i = 0; i < n; ++i) {
+    const uint8_t kept = first[i];
+    first[i] = second[i];
+    second[i] = kept;
+  }
+}
+
 template <class S>
 inline S blended(S a, S b, double keep, double share) {
   return static_cast<S>(truncated(a * keep + b * share));
@@ -96,6 +106,7 @@ constexpr BlendRows<S> rows = {across<S>, down<S>, acrossWhole<S>, downWhole<S>}
 const ResampleKernels resampleKernels = {
     {nullptr, pick<1>, pick<2>, pick<3>, pick<4>, nullptr, pick<6>, nullptr, pick<8>, nullptr, nullptr, nullptr,
      pick<12>, nullptr, nullptr, nullptr, pick<16>},
+    exchange,
     rows<uint8_t>,
     rows<uint16_t>,
     weigh};

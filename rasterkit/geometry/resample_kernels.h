@@ -23,6 +23,8 @@ struct ResampleKernels {
   // out pixel i = in pixel columns[i], for n pixels; by bytes a pixel, null where no pixel has so many. The rows do not
   // overlap.
   void (*pick[17])(const uint8_t* in, const int32_t* columns, uint8_t* out, size_t n);
+  // Exchanges two rows of n bytes that do not overlap.
+  void (*exchange)(uint8_t* a, uint8_t* b, size_t n);
   BlendRows<uint8_t> bytes;
   BlendRows<uint16_t> words;
   // For n shares of 2^32: a weight of 65536 that stands for the share wherever whole numbers from -255 to 255 are

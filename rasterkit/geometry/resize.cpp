@@ -7,10 +7,10 @@
 #include "rasterkit/core/numbers.h"
 #include "rasterkit/geometry/blend.h"
 #include "rasterkit/geometry/columns.h"
+#include "rasterkit/geometry/copy_bytes.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <utility>
 
 namespace rasterkit {
@@ -71,7 +71,7 @@ void pickPixels(const CPxImage& source, const std::vector<std::int32_t>& columns
   for (int y = 0; y < out.height; ++y) {
     const int from = rows[static_cast<std::size_t>(y)];
     if (y > 0 && rows[static_cast<std::size_t>(y) - 1] == from)
-      std::memcpy(out.row(y), out.row(y - 1), bytes);
+      copyBytes(out.row(y), out.row(y - 1), bytes);
     else
       picked.pick(in.row(from), out.row(y));
   }

@@ -3,9 +3,12 @@
 #include <rasterkit/geometry/geometry.h>
 
 #include "rasterkit/core/dispatch.h"
+#include "rasterkit/core/kernels.h"
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/region.h"
 #include "rasterkit/geometry/columns.h"
+#include "rasterkit/geometry/copy_bytes.h"
+#include "rasterkit/geometry/resample_kernels.h"
 
 #include <algorithm>
 #include <climits>
@@ -20,18 +23,10 @@ namespace {
 
 using Rows = View<unsigned char>;
 
-// Piece by piece, so that the second row of the pair is still in the nearest cache when it is written.
 void exchangeRows(Rows rows, std::size_t bytes) {
-  constexpr std::size_t piece = 2048;
-  unsigned char kept[piece];
-  for (int top = 0, bottom = rows.height - 1; top < bottom; ++top, --bottom) {
-    for (std::size_t at = 0; at < bytes; at += piece) {
-      const std::size_t count = std::min(piece, bytes - at);
-      std::memcpy(kept, rows.row(top) + at, count);
-      std::memcpy(rows.row(top) + at, rows.row(bottom) + at, count);
-      std::memcpy(rows.row(bottom) + at, kept, count);
-    }
-  }
+  const auto exchange = kernels<ResampleKernels>().exchange;
+  for (int top = 0, bottom = rows.height - 1; top < bottom; ++top, --bottom)
+    exchange(rows.row(top), rows.row(bottom), bytes);
 }
 
 Columns mirrored(int width, int pixelBytes) {
@@ -43,7 +38,7 @@ Columns mirrored(int width, int pixelBytes) {
 void mirrorRows(Rows rows, std::size_t bytes, const Columns& mirror) {
   std::vector<unsigned char> kept(bytes);
   for (int y = 0; y < rows.height; ++y) {
-    std::memcpy(kept.data(), rows.row(y), bytes);
+    copyBytes(kept.data(), rows.row(y), bytes);
     mirror.pick(kept.data(), rows.row(y));
   }
 }
@@ -52,12 +47,12 @@ void turnRows(Rows rows, std::size_t bytes, const Columns& mirror) {
   std::vector<unsigned char> kept(bytes);
   int top = 0, bottom = rows.height - 1;
   for (; top < bottom; ++top, --bottom) {
-    std::memcpy(kept.data(), rows.row(top), bytes);
+    copyBytes(kept.data(), rows.row(top), bytes);
     mirror.pick(rows.row(bottom), rows.row(top));
     mirror.pick(kept.data(), rows.row(bottom));
   }
   if (top == bottom) {
-    std::memcpy(kept.data(), rows.row(top), bytes);
+    copyBytes(kept.data(), rows.row(top), bytes);
     mirror.pick(kept.data(), rows.row(top));
   }
 }
@@ -82,7 +77,7 @@ int shift(View<S> image, CPoint offset, std::optional<Region> region, const unsi
 
   const auto fillRow = [&](int y) {
     if (y < to.top || y >= to.top + to.height) {
-      std::memcpy(at(0, y), back.data(), bytes(image.width));
+      copyBytes(at(0, y), back.data(), bytes(image.width));
       return;
     }
     std::memmove(at(to.left, y), at(to.left - offset.x, y - offset.y), bytes(to.width));

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+namespace rasterkit {
+
+// Copies between blocks that do not overlap, in pieces that the C library moves with vector instructions. From about
+// 2 KB on it takes the processor's string instruction, which on Zen 4 is several times as slow where source and
+// destination lie alike in their pages, as rows do.
+inline void copyBytes(void* to, const void* from, std::size_t n) {
+  constexpr std::size_t piece = 1024;
+  auto* out = static_cast<unsigned char*>(to);
+  const auto* in = static_cast<const unsigned char*>(from);
+  for (; n > piece; n -= piece, in += piece, out += piece) std::memcpy(out, in, piece);
+  if (n > 0) std::memcpy(out, in, n);
+}
+
+}  // namespace rasterkit
