@@ -17,6 +17,7 @@ constexpr Family kFamilies[] = {
     {"point", pointOperations},
     {"neighbourhood", neighbourhoodOperations},
     {"neighbourhood", rankOperations},
+    {"analysis", analysisOperations},
 };
 
 std::vector<Operation> all() {

@@ -13,6 +13,7 @@ const Operation* find(std::string_view name);
 std::string nearest(std::string_view word, const std::vector<std::string>& names);
 
 /// The families' parts of the table.
+std::vector<Operation> analysisOperations();
 std::vector<Operation> colourOperations();
 std::vector<Operation> coreOperations();
 std::vector<Operation> geometryOperations();

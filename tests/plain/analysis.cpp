@@ -3,8 +3,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <string>
+
+#include "tests/plain/twins.h"
 
 namespace rasterkit::plain {
 namespace {
@@ -275,6 +280,152 @@ Analysis analysed(const std::vector<int>& raw, std::vector<int> smoothedCounts, 
   link(analysis.minima, analysis.maxima, settings.circular);
   reduce(analysis, raw, settings);
   return analysis;
+}
+
+namespace {
+
+// The catalogue's operations ------------------------------------------------------------------------------------------
+
+using catalogue::Call;
+using test::sampleAt;
+using test::setSample;
+
+std::string joined(const std::vector<std::string>& items) {
+  std::string out;
+  for (const std::string& item : items) out += (out.empty() ? "" : ", ") + item;
+  return "[" + out + "]";
+}
+
+std::string toJson(const std::vector<int>& numbers) {
+  std::vector<std::string> items;
+  for (const int number : numbers) items.push_back(std::to_string(number));
+  return joined(items);
+}
+
+std::string toJson(const std::vector<Extremum>& list) {
+  auto place = [](int position) { return position == -1 ? std::string("null") : std::to_string(position); };
+  std::vector<std::string> items;
+  for (const Extremum& e : list)
+    items.push_back("{\"position\": " + place(e.position) + ", \"density\": " + std::to_string(e.density) +
+                    ", \"previous\": " + place(e.previousPosition) + ", \"next\": " + place(e.nextPosition) + "}");
+  return joined(items);
+}
+
+int hist(Call& c) {
+  const CPxImage& image = c.source();
+  const int channel = image.channels == 1 ? 0 : c.integer("channel");
+  if (!image.IsCreated() || channel < 0 || channel >= image.channels || image.bitsPerSample > 16) return 0;
+  std::vector<int> raw(std::size_t{1} << image.channelBits[channel]);
+  int samples = 0;
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      const auto value = static_cast<std::size_t>(sampleAt(image, x, y, channel));
+      if (value < raw.size()) ++raw[value], ++samples;
+    }
+  }
+  const Settings settings{c.integer("axis") != 0, c.real("interval"), std::max(c.integer("raw"), 1),
+                          std::max(c.integer("peaks"), 1)};
+  const Analysis a = analysed(raw, smoothed(raw, raw, c.integer("passes"), c.integer("half"), -1, -1), settings);
+  c.report = "{\"bins\": " + std::to_string(raw.size()) + ", \"samples\": " + std::to_string(samples) +
+             ", \"counts\": " + toJson(raw) + ", \"smoothed\": " + toJson(a.smoothed) +
+             ", \"maxima\": " + toJson(a.maxima) + ", \"minima\": " + toJson(a.minima) +
+             ", \"peaks\": " + toJson(a.valid) + "}";
+  return 1;
+}
+
+int lines(Call& c) {
+  const CPxImage& image = c.source();
+  if (!image.IsCreated()) return 0;
+  const Votes v = votes(image);
+  std::vector<std::string> items;
+  for (const Line& line : detected(image).lines) {
+    char text[200];
+    std::snprintf(text, sizeof text,
+                  "{\"angle\": %.6g, \"distance\": %.6g, \"first\": [%d, %d], \"second\": [%d, %d], \"votes\": %u, "
+                  "\"theta\": %d, \"rho\": %u}",
+                  -90 + line.theta / 2.0, line.rho * v.rhoStep - v.rhoMaximum, line.x1, line.y1, line.x2, line.y2,
+                  v.counters[line.theta][line.rho], line.theta, line.rho);
+    items.push_back(text);
+  }
+  c.report = "{\"lines\": " + joined(items) + "}";
+  return 1;
+}
+
+int drawlines(Call& c) {
+  if (!c.source().IsCreated()) return 0;
+  c.dst() = detected(c.source()).drawn;
+  return 1;
+}
+
+int hough(Call& c) {
+  if (!c.source().IsCreated()) return 0;
+  const Votes v = votes(c.source());
+  std::uint32_t greatest = 0;
+  for (const auto& row : v.counters)
+    for (const std::uint32_t counter : row) greatest = std::max(greatest, counter);
+  c.dst().Create(CM_GRAY, 8, v.cells, static_cast<int>(v.counters.size()));
+  for (int t = 0; t < c.dst().height && greatest > 0; ++t)
+    for (int r = 0; r < v.cells; ++r)
+      setSample(c.dst(), r, t, 0,
+                truncated(static_cast<double>(v.counters[t][static_cast<std::size_t>(r)]) / greatest * 255));
+  return 1;
+}
+
+// The mean of a channel: integers summed exactly, floats in single precision.
+double mean(const CPxImage& blank, int channel) {
+  std::int64_t sum = 0;
+  float single = 0;
+  const bool isFloat = blank.bitsPerSample > 16;
+  for (int y = 0; y < blank.height; ++y)
+    for (int x = 0; x < blank.width; ++x)
+      if (isFloat)
+        single += static_cast<float>(sampleAt(blank, x, y, channel));
+      else
+        sum += static_cast<std::int64_t>(sampleAt(blank, x, y, channel));
+  const double count = static_cast<double>(blank.width) * blank.height;
+  return static_cast<float>((isFloat ? static_cast<double>(single) : static_cast<double>(sum)) / count);
+}
+
+int shade(Call& c) {
+  CPxImage& image = c.dst();
+  const CPxImage& blank = c.image("blank");
+  const int channels = image.channels, most = image.bitsPerSample <= 8 ? 255 : 65535;
+  if (!image.IsCreated() || !blank.IsCreated() || image.width != blank.width || image.height != blank.height) return 0;
+  if (image.bitsPerSample > 16 || channels == 2) return 1;
+  auto bytes = [](const CPxImage& i) { return i.bitsPerSample <= 8 ? 1 : i.bitsPerSample <= 16 ? 2 : 4; };
+  if (channels * bytes(image) != blank.channels * bytes(blank)) return 0;
+
+  std::int64_t level[3] = {};
+  for (int k = 0; k < 3; ++k) level[k] = std::min(truncated((k < blank.channels ? mean(blank, k) : 0) + 0.5), most);
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      for (int k = 0; k < std::min(channels, 3); ++k) {
+        // The blank's row, read as samples of the image's type.
+        const auto* const row = static_cast<const unsigned char*>(blank.Get2DBuffer()[y]);
+        const int at = x * channels + k;
+        std::int64_t b = row[at];
+        if (most > 255) {
+          std::uint16_t word;
+          std::memcpy(&word, row + 2 * at, 2);
+          b = word;
+        }
+        const auto s = static_cast<std::int64_t>(sampleAt(image, x, y, k));
+        const std::int64_t m = level[k], product = static_cast<int>(static_cast<unsigned>(b * s));
+        const bool usual = channels == 3 && most == 255;
+        const std::int64_t dividend = channels == 1 ? product : usual ? m * s : m;
+        const std::int64_t divisor = channels == 1 ? m : usual ? b : product;
+        if (s != 0 && divisor != 0)
+          setSample(image, x, y, k, static_cast<double>(std::min<std::int64_t>(dividend / divisor, most) & 0xFF));
+      }
+    }
+  }
+  return 1;
+}
+
+}  // namespace
+
+Twins analysisTwins() {
+  return {{"hist", hist}, {"lines", lines}, {"drawlines", drawlines}, {"hough", hough}, {"shade", shade}};
 }
 
 }  // namespace rasterkit::plain

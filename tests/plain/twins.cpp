@@ -5,7 +5,7 @@ namespace rasterkit::plain {
 const Twin* find(const std::string& operation) {
   static const Twins all = [] {
     Twins twins;
-    for (auto family : {colourTwins, coreTwins,  //
+    for (auto family : {analysisTwins, colourTwins, coreTwins,  //
                         geometryTwins, neighbourhoodTwins, pointTwins, rankTwins, regionTwins})
       twins.merge(family());
     return twins;

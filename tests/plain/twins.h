@@ -22,6 +22,7 @@ using Twins = std::map<std::string, Twin>;
 const Twin* find(const std::string& operation);
 
 /// The families' twins, by the names of their catalogue entries.
+Twins analysisTwins();
 Twins colourTwins();
 Twins coreTwins();
 Twins pointTwins();
