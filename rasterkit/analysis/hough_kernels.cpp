@@ -14,8 +14,10 @@ void vote(const int32_t* x, const int32_t* y, const uint32_t* weight, size_t n, 
   for (; n > 0;) {
     const size_t block = least(n, kBlock);
     for (size_t i = 0; i < block; ++i) {
+      // Outside, NaN included, it is the end; so every value is one that an integer holds.
       const double p = (y[i] * sine + x[i] * cosine) * scale + half;
-      cells[i] = truncated(p >= 0 && p < end ? p : end);
+      const double from = p >= 0 ? p : end;
+      cells[i] = static_cast<int32_t>(from < end ? from : end);
     }
     for (size_t i = 0; i < block; ++i) cell[cells[i]] += weight[i];
     x += block;

@@ -12,53 +12,56 @@
 namespace rasterkit {
 namespace {
 
+template <class S>
+const ShadingRows<S>& shadingRows() {
+  if constexpr (std::is_same_v<S, std::uint8_t>) return kernels<ShadingKernels>().bytes;
+  if constexpr (std::is_same_v<S, std::uint16_t>) return kernels<ShadingKernels>().words;
+}
+
 // Levels and live flags for a run of interleaved pixels.
+template <class S>
 struct Pattern {
   static constexpr std::size_t kPixels = 256;
 
-  Pattern(const std::array<std::int32_t, 4>& level, std::size_t channels_)
-      : channels(channels_), wide(std::ranges::any_of(level, [](std::int32_t l) { return l < -(1 << 24); })) {
+  Pattern(const std::array<std::int32_t, 4>& level, std::size_t channels_) : channels(channels_) {
     for (std::size_t i = 0; i < kPixels * channels; ++i) {
       const std::size_t k = i % channels;
-      levels[i] = level[k];
-      live[i] = k < 3 ? 0xFFFF : 0;
+      wide[i] = level[k];
+      levels[i] = static_cast<float>(level[k]);
+      live[i] = k < 3 ? static_cast<S>(~0) : S(0);
+      isWide = isWide || level[k] < 0;  // of a blank image of another type
     }
   }
 
   std::size_t channels;
-  bool wide;  // a blank image of another type may have any mean
-  std::int32_t levels[kPixels * 4];
-  std::uint16_t live[kPixels * 4];
+  bool isWide = false;
+  std::int32_t wide[kPixels * 4];
+  float levels[kPixels * 4];
+  S live[kPixels * 4];
 };
-
-// Runs of samples, whose first belongs to channel 0.
-void correctRun(std::uint8_t* samples, const std::uint8_t* blank, std::size_t n, const Pattern& pattern) {
-  const ShadingKernels& table = kernels<ShadingKernels>();
-  if (pattern.channels == 3) return table.divideBytes(samples, blank, n, pattern.levels);
-  (pattern.wide ? table.reverseBytesWide : table.reverseBytes)(samples, blank, n, pattern.levels, pattern.live);
-}
-void correctRun(std::uint16_t* samples, const std::uint16_t* blank, std::size_t n, const Pattern& pattern) {
-  kernels<ShadingKernels>().reverseWords(samples, blank, n, pattern.levels, pattern.live);
-}
-
-void scaleRow(std::uint8_t* samples, const std::uint8_t* blank, std::size_t n, std::int32_t level) {
-  kernels<ShadingKernels>().scaleBytes(samples, blank, n, level);
-}
-void scaleRow(std::uint16_t* samples, const std::uint16_t* blank, std::size_t n, std::int32_t level) {
-  kernels<ShadingKernels>().scaleWords(samples, blank, n, level);
-}
 
 template <class S>
 void correct(View<S> out, View<const S> blank, const std::array<std::int32_t, 4>& level) {
+  const ShadingRows<S>& rows = shadingRows<S>();
   if (out.channels == 1) {
-    for (int y = 0; y < out.height && level[0] != 0; ++y) scaleRow(out.row(y), blank.row(y), out.samples(), level[0]);
+    for (int y = 0; y < out.height && level[0] != 0; ++y) rows.scale(out.row(y), blank.row(y), out.samples(), level[0]);
     return;
   }
-  const Pattern pattern(level, static_cast<std::size_t>(out.channels));
-  const std::size_t run = Pattern::kPixels * pattern.channels;
-  for (int y = 0; y < out.height; ++y)
-    for (std::size_t i = 0; i < out.samples(); i += run)
-      correctRun(out.row(y) + i, blank.row(y) + i, std::min(run, out.samples() - i), pattern);
+  const Pattern<S> pattern(level, static_cast<std::size_t>(out.channels));
+  const std::size_t run = Pattern<S>::kPixels * pattern.channels;
+  for (int y = 0; y < out.height; ++y) {
+    for (std::size_t i = 0; i < out.samples(); i += run) {
+      S* const samples = out.row(y) + i;
+      const S* const by = blank.row(y) + i;
+      const std::size_t n = std::min(run, out.samples() - i);
+      if (rows.divide && out.channels == 3)
+        rows.divide(samples, by, n, pattern.levels);
+      else if (pattern.isWide)
+        rows.reverseAny(samples, by, n, pattern.wide, pattern.live);
+      else
+        rows.reverse(samples, by, n, pattern.levels, pattern.live);
+    }
+  }
 }
 
 // Adds the whole-number samples of each channel, in 64 bits.

@@ -5,52 +5,72 @@
 namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
 
-// Quotients of whole numbers in floating point are exact once truncated, where neither is larger than the significand
-// holds: the next whole number is further away than the rounding reaches. The same with a reciprocal, where half a unit
-// is added to the dividend: a quotient that rounding could carry over is limited anyway.
+// The least number of bits b with 2^b >= level.
+int bitsUpTo(int32_t level) {
+  int bits = 0;
+  while ((1 << bits) < level) ++bits;
+  return bits;
+}
 
+// Division by a constant as a product and shifts: Granlund, Montgomery 1994. Of 16-bit dividends the multiplier has 17
+// bits, the highest of which is added apart.
 void scaleBytes(uint8_t* samples, const uint8_t* blank, size_t n, int32_t level) {
-  const float reciprocal = 1.0F / static_cast<float>(level);
+  const int bits = bitsUpTo(level);
+  const auto multiplier = static_cast<uint16_t>(0x10000 * ((1 << bits) - level) / level + 1);
+  const int first = least(bits, 1), second = greatest(bits - 1, 0);
   for (size_t i = 0; i < n; ++i) {
-    const float quotient = (static_cast<float>(blank[i] * samples[i]) + 0.5F) * reciprocal;
-    samples[i] = lowByte(truncated(least(quotient, 255.0F)));
+    const auto product = static_cast<uint16_t>(blank[i] * samples[i]);
+    const auto high = static_cast<uint16_t>(static_cast<uint32_t>(product) * multiplier >> 16);
+    const auto rest = static_cast<uint16_t>(static_cast<uint16_t>(product - high) >> first);
+    const auto quotient = static_cast<uint16_t>(static_cast<uint16_t>(high + rest) >> second);
+    samples[i] = static_cast<uint8_t>(least<uint16_t>(quotient, 255));
   }
 }
 
+// Of 31-bit dividends the multiplier has 32 bits.
 void scaleWords(uint16_t* samples, const uint16_t* blank, size_t n, int32_t level) {
-  const double reciprocal = 1.0 / level;
+  const int shift = 31 + bitsUpTo(level);
+  const auto divisor = static_cast<uint64_t>(level);
+  const auto multiplier = static_cast<uint32_t>(((uint64_t{1} << shift) + divisor - 1) / divisor);
   for (size_t i = 0; i < n; ++i) {
     const int32_t product = wrappedProduct(blank[i], samples[i]);
-    const double quotient = (product + (product < 0 ? -0.5 : 0.5)) * reciprocal;
-    samples[i] = lowByte(truncated(least(quotient, 65535.0)));
+    const auto magnitude = static_cast<uint32_t>(product < 0 ? wrappedDifference(0, product) : product);
+    const auto quotient = static_cast<uint32_t>(uint64_t{magnitude} * multiplier >> shift);
+    samples[i] = static_cast<uint16_t>((product < 0 ? 0 - quotient : least(quotient, 65535U)) & 0xFF);
   }
 }
 
-void divideBytes(uint8_t* samples, const uint8_t* blank, size_t n, const int32_t* levels) {
+// Quotients of whole numbers below 2^24 are exact in single precision once truncated: the next whole number is further
+// away than the rounding reaches.
+void divideBytes(uint8_t* samples, const uint8_t* blank, size_t n, const float* levels) {
   for (size_t i = 0; i < n; ++i) {
-    const float quotient = static_cast<float>(levels[i] * samples[i]) / static_cast<float>(blank[i]);
-    const uint8_t corrected = lowByte(truncated(least(quotient, 255.0F)));
+    const float quotient = levels[i] * static_cast<float>(samples[i]) / static_cast<float>(blank[i] ? blank[i] : 1);
+    const auto corrected = static_cast<uint8_t>(static_cast<int32_t>(least(quotient, 255.0F)));
     samples[i] = blank[i] ? corrected : samples[i];
   }
 }
 
-template <class S, class Real, int32_t kGreatest>
-void reverse(S* samples, const S* blank, size_t n, const int32_t* levels, const uint16_t* live) {
+// A larger divisor, rounded or not, gives 0; so does a product that wraps, whose magnitude is 131071 at least.
+template <class S>
+void reverse(S* samples, const S* blank, size_t n, const float* levels, const S* live) {
   for (size_t i = 0; i < n; ++i) {
     const int32_t divisor = wrappedProduct(blank[i] & live[i], samples[i]);
-    const Real quotient = static_cast<Real>(levels[i]) / static_cast<Real>(divisor ? divisor : 1);
-    const S corrected = lowByte(least(truncated(quotient), kGreatest));
-    samples[i] = divisor ? corrected : samples[i];
+    const auto quotient = static_cast<int32_t>(levels[i] / static_cast<float>(divisor ? divisor : 1));
+    samples[i] = divisor ? static_cast<S>(quotient & 0xFF) : samples[i];
+  }
+}
+
+template <class S, int32_t kGreatest>
+void reverseAny(S* samples, const S* blank, size_t n, const int32_t* levels, const S* live) {
+  for (size_t i = 0; i < n; ++i) {
+    const int32_t divisor = wrappedProduct(blank[i] & live[i], samples[i]);
+    if (divisor) samples[i] = lowByte(least(truncated(static_cast<double>(levels[i]) / divisor), kGreatest));
   }
 }
 
 }  // namespace
 
-const ShadingKernels shadingKernels = {scaleBytes,
-                                       scaleWords,
-                                       divideBytes,
-                                       reverse<uint8_t, float, 255>,
-                                       reverse<uint8_t, double, 255>,
-                                       reverse<uint16_t, double, 65535>};
+const ShadingKernels shadingKernels = {{scaleBytes, divideBytes, reverse<uint8_t>, reverseAny<uint8_t, 255>},
+                                       {scaleWords, nullptr, reverse<uint16_t>, reverseAny<uint16_t, 65535>}};
 
 }  // namespace rasterkit::RASTERKIT_LEVEL
