@@ -1,22 +1,24 @@
+#include "catalogue/analysis.h"
+
 #include <rasterkit/analysis/hough.h>
-#include <rasterkit/analysis/peaks.h>
 #include <rasterkit/analysis/shading.h>
 
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <numeric>
 
 #include "catalogue/catalogue.h"
 
 namespace rasterkit::catalogue {
 namespace {
 
-// [f(0), f(1), ...]
-template <class F>
-std::string list(int count, F f) {
-  std::string out = "[";
-  for (int i = 0; i < count; ++i) (out += i ? ", " : "") += f(i);
-  return out + "]";
+// [text(item), ...]
+template <class List, class F>
+std::string listed(const List& items, F text) {
+  std::string out;
+  for (const auto& item : items) (out += out.empty() ? "" : ", ") += text(item);
+  return "[" + out + "]";
 }
 
 std::string number(double value) {
@@ -25,22 +27,42 @@ std::string number(double value) {
   return text;
 }
 
-std::string counts(const CPxHistogram& histogram, HIST_FLAG flag) {
-  return list(histogram.GetBinCount(), [&](int i) { return std::to_string(histogram.GetValue(i, flag)); });
+std::string toJson(const std::vector<int>& counts) {
+  return listed(counts, [](int count) { return std::to_string(count); });
 }
 
-std::string extrema(const CPtrArray& records) {
+std::string toJson(const std::vector<CPxHistogramDensity>& records) {
   const auto place = [](int position) { return position < 0 ? std::string("null") : std::to_string(position); };
-  return list(records.GetSize(), [&](int i) {
-    const auto& record = *static_cast<const CPxHistogramDensity*>(records[i]);
+  return listed(records, [&](const CPxHistogramDensity& record) {
     return "{\"position\": " + place(record.position) + ", \"density\": " + std::to_string(record.density) +
            ", \"previous\": " + place(record.previousPosition) + ", \"next\": " + place(record.nextPosition) + "}";
   });
 }
 
-int histogram(Call& c) {
+std::vector<int> counts(const CPxHistogram& histogram, HIST_FLAG flag) {
+  const int* const buffer = histogram.GetBuffer(flag);
+  return {buffer, buffer + histogram.GetBinCount()};
+}
+
+std::vector<CPxHistogramDensity> records(const CPtrArray& array) {
+  std::vector<CPxHistogramDensity> out;
+  for (int i = 0; i < array.GetSize(); ++i) out.push_back(*static_cast<const CPxHistogramDensity*>(array[i]));
+  return out;
+}
+
+template <class Findings>
+int report(Call& c, bool (*find)(Call&, Findings&)) {
+  Findings found;
+  if (!find(c, found)) return 0;
+  c.report = toJson(found);
+  return 1;
+}
+
+}  // namespace
+
+bool findPeaks(Call& c, HistogramFindings& found) {
   CPxHistogram histogram(c.source(), c.source().channels == 1 ? 0 : c.integer("channel"));
-  if (!histogram.IsCreated()) return 0;
+  if (!histogram.IsCreated()) return false;
   histogram.SetCircularModel(c.integer("axis"));
   CPxHistogramProcessing processing(&histogram);
   processing.SetMinIntervalRatio(c.real("interval"));
@@ -48,42 +70,49 @@ int histogram(Call& c) {
   processing.SetMaxValidMaximaCount(c.integer("peaks"));
   processing.Smooth(c.integer("passes"), HIST_SMOOTHED, c.integer("half"), -1, -1);
   processing.FindMaximaMinima();
-
-  std::int64_t samples = 0;
-  for (int i = 0; i < histogram.GetBinCount(); ++i) samples += histogram.GetValue(i, HIST_RAW);
-  c.report = "{\"bins\": " + std::to_string(histogram.GetBinCount()) + ", \"samples\": " + std::to_string(samples) +
-             ", \"counts\": " + counts(histogram, HIST_RAW) + ", \"smoothed\": " + counts(histogram, HIST_SMOOTHED) +
-             ", \"maxima\": " + extrema(processing.GetMaximaArray()) +
-             ", \"minima\": " + extrema(processing.GetMinimaArray()) +
-             ", \"peaks\": " + extrema(processing.GetValidMaximaArray()) + "}";
-  return 1;
+  found = {counts(histogram, HIST_RAW), counts(histogram, HIST_SMOOTHED), records(processing.GetMaximaArray()),
+           records(processing.GetMinimaArray()), records(processing.GetValidMaximaArray())};
+  return true;
 }
 
-int lines(Call& c) {
+std::string toJson(const HistogramFindings& found) {
+  return "{\"bins\": " + std::to_string(found.counts.size()) + ", \"samples\": " +
+         std::to_string(std::accumulate(found.counts.begin(), found.counts.end(), std::int64_t{0})) +
+         ", \"counts\": " + toJson(found.counts) + ", \"smoothed\": " + toJson(found.smoothed) +
+         ", \"maxima\": " + toJson(found.maxima) + ", \"minima\": " + toJson(found.minima) +
+         ", \"peaks\": " + toJson(found.peaks) + "}";
+}
+
+bool findLines(Call& c, std::vector<FoundLine>& found) {
   auto transform = c.on<CPxHoughTransform>();
   CPxImage drawn;
-  if (!transform.Direct() || !transform.DetectLine(drawn)) return 0;
-
+  if (!transform.Direct() || !transform.DetectLine(drawn)) return false;
   const CPxHoughImage& votes = transform.GetHoughImage();
-  const double diagonal = std::hypot(c.source().width, c.source().height), step = 2 * diagonal / votes.GetRhoCount();
-  const auto point = [](CPoint p) { return "[" + std::to_string(p.x) + ", " + std::to_string(p.y) + "]"; };
-  std::string found;
+  const double diagonal = std::hypot(c.source().width, c.source().height);
+  const double step = 2 * diagonal / votes.GetRhoCount();
   for (int i = 0; i < transform.GetLineArray().GetSize(); ++i) {
     const auto& line = *static_cast<const CPxHoughLine*>(transform.GetLineArray()[i]);
     for (int k = 0; k < line.rhos.GetSize(); ++k) {
       const int rho = static_cast<int>(line.rhos[k]);
-      found += std::string(found.empty() ? "" : ", ") + "{\"angle\": " + number(-90 + line.theta / 2.0) +
-               ", \"distance\": " + number(rho * step - diagonal) + ", \"first\": " + point(line.firstPoints[k]) +
-               ", \"second\": " + point(line.secondPoints[k]) +
-               ", \"votes\": " + std::to_string(votes.GetAt(rho, line.theta)) +
-               ", \"theta\": " + std::to_string(line.theta) + ", \"rho\": " + std::to_string(rho) + "}";
+      found.push_back({-90 + line.theta / 2.0, rho * step - diagonal, line.firstPoints[k], line.secondPoints[k],
+                       votes.GetAt(rho, line.theta), line.theta, rho});
     }
   }
-  c.report = "{\"lines\": [" + found + "]}";
-  return 1;
+  return true;
 }
 
-}  // namespace
+std::string toJson(const std::vector<FoundLine>& found) {
+  const auto point = [](CPoint p) { return "[" + std::to_string(p.x) + ", " + std::to_string(p.y) + "]"; };
+  return "{\"lines\": " +
+         listed(found,
+                [&](const FoundLine& line) {
+                  return "{\"angle\": " + number(line.angle) + ", \"distance\": " + number(line.distance) +
+                         ", \"first\": " + point(line.first) + ", \"second\": " + point(line.second) +
+                         ", \"votes\": " + std::to_string(line.votes) + ", \"theta\": " + std::to_string(line.theta) +
+                         ", \"rho\": " + std::to_string(line.rho) + "}";
+                }) +
+         "}";
+}
 
 std::vector<Operation> analysisOperations() {
   const Accepts voters{.channels = {1}, .samples = byteSamples};
@@ -111,7 +140,7 @@ std::vector<Operation> analysisOperations() {
                          integer("raw", 6).range(1, 1000).usually(1, 20).help(
                              "more maxima than this are smoothed away before the analysis"),
                          integer("peaks", 2).range(1, 1000).usually(1, 8).help("so many peaks remain at most")},
-          .run = histogram,
+          .run = [](Call& c) { return report(c, findPeaks); },
           .reach = Reach::wholeImage(),
           .formula = "counts[v] = how many samples have the value v; peaks: the dominant maxima of the smoothed counts",
           .example = "hist peaks=3",
@@ -123,7 +152,7 @@ std::vector<Operation> analysisOperations() {
           .accepts = voters,
           .result = {.where = Where::data, .refusal = Refusal::varies},
           .parameters = {},
-          .run = lines,
+          .run = [](Call& c) { return report(c, findLines); },
           .reach = Reach::wholeImage(),
           .formula =
               "(x + 1) * cos(angle) + y * sin(angle) = distance, y upward from the bottom row, where pixels vote "

@@ -26,6 +26,17 @@ int help(const std::string& topic);
 int info(const std::vector<std::string>& inputs, bool json);
 int compare(const std::string& first, const std::string& second, const std::string& output, bool json);
 
+struct AnalysisOptions {
+  std::string input;
+  std::vector<std::string> arguments;  ///< name=value, as in a recipe
+  std::string picture;                 ///< the plot, or the picture with the lines; "" for none
+  bool json = false;
+};
+/// What a histogram looks like, its peaks and valleys.
+int hist(const AnalysisOptions& options);
+/// Straight lines of a grey image.
+int lines(const AnalysisOptions& options);
+
 /// The shell's completion file: bash, zsh or fish.
 int completion(const std::string& shell);
 /// The manual page.

@@ -74,6 +74,22 @@ int perform(int argc, char** argv) {
       ->type_name("FILE");
   compares->add_flag("--json", json, "as JSON, one line an image");
 
+  AnalysisOptions analysis;
+  CLI::App* const hists = app.add_subcommand("hist", "Show the histogram of an image, its peaks and valleys");
+  CLI::App* const finds = app.add_subcommand("lines", "Find straight lines in a grey image, such as an edge picture");
+  for (CLI::App* const command : {hists, finds}) {
+    command->add_option("image", analysis.input, "a file")->required();
+    command->add_flag("--json", analysis.json, "as JSON");
+  }
+  hists->add_option("parameters", analysis.arguments, "as in a recipe: rasterkit help hist")
+      ->type_name("NAME=VALUE...");
+  hists->add_option("--plot", analysis.picture, "draw it, as .svg or .png")->type_name("FILE");
+  finds->add_option("--overlay", analysis.picture, "draw the lines over the picture")->type_name("FILE");
+  CLI::App* const shades = app.add_subcommand("shade", "Correct uneven illumination with a picture of an empty field");
+  shades->footer("Example: rasterkit shade photo.png blank=empty.png -o even.png");
+  shades->add_option("words", options.words, "an image, and blank=FILE")->required()->type_name("IN blank=FILE");
+  shades->add_option("-o,--output", options.output, "where the result goes")->required()->type_name("FILE");
+
   std::string shell;
   CLI::App* const completes = app.add_subcommand("completion", "Print the completion file of a shell");
   completes->add_option("shell", shell, "bash, zsh or fish")->required();
@@ -93,6 +109,12 @@ int perform(int argc, char** argv) {
   if (lists->parsed()) return list(json);
   if (infos->parsed()) return info(inputs, json);
   if (compares->parsed()) return compare(first, second, picture, json);
+  if (hists->parsed()) return hist(analysis);
+  if (finds->parsed()) return lines(analysis);
+  if (shades->parsed()) {
+    options.words.insert(options.words.begin() + 1, "shade");
+    return run(options);
+  }
   if (completes->parsed()) return completion(shell);
   if (manuals->parsed()) return manual();
   if (helps->parsed() && !topic.empty()) return help(topic);
