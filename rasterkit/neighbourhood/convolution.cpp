@@ -13,6 +13,7 @@
 #include "rasterkit/core/kernels.h"
 #include "rasterkit/core/numbers.h"
 #include "rasterkit/core/operands.h"
+#include "rasterkit/core/prefetch.h"
 #include "rasterkit/core/window.h"
 #include "rasterkit/neighbourhood/convolution_engine.h"
 #include "rasterkit/neighbourhood/convolution_kernels.h"
@@ -21,6 +22,7 @@
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <optional>
 #include <type_traits>
 #include <vector>
@@ -88,6 +90,9 @@ void eachRow(View<const S> in, View<S> out, View<const std::uint8_t> mask, const
       continue;
     }
     const T* const* const rows = window.rows(y);
+    if (const std::int64_t next = std::int64_t{y} + area.around.below + 1; next < in.height)
+      fetchAhead(in.row(static_cast<int>(next)), in.samples() * sizeof(S));
+    if (y + 1 < in.height) fetchAhead(out.row(y + 1), in.samples() * sizeof(S));
     keep(from, to, mask.first ? in.samples() : first);
     keep(from + first + n, to + first + n, in.samples() - first - n);
     row(rows, mask.first ? line.data() : to + first, n);
@@ -152,6 +157,8 @@ NarrowRule narrowRule(const WholeKernel& kernel) {
     rule.multiplier = static_cast<std::uint16_t>((1U << (15 + log)) / divisor + 1);
     rule.shift = static_cast<std::uint16_t>(log - 1);
   }
+  rule.plain = kernel.offset == 0 && kernel.divisor > 0;
+  rule.magnitude = kernel.magnitude;
   rule.negative = kernel.divisor < 0 ? -1 : 0;
   rule.start = static_cast<std::int16_t>(kernel.start);
   // Quotients are limited before the offset is added, so that nothing leaves 16 bits: to -offset and most - offset. Of
@@ -172,6 +179,91 @@ WholeRule wholeRule(const WholeKernel& kernel, int greatest) {
           .greatest = std::min(kernel.most, greatest),
           .start = kernel.start};
 }
+
+// The weights as a column times a row, and something more in the centre, where that takes fewer products: smoothing
+// and difference kernels mostly do. Whole sums are exact whichever way they are added up.
+struct Factors {
+  std::vector<int> down, across;  // down.size() x across.size() weights
+  int centre = 0;
+};
+
+std::optional<Factors> factors(const WholeKernel& kernel, int channels) {
+  const auto [cx, cy] = kernel.size;
+  if (cx < 3 || cy < 3 || cx > static_cast<int>(kMostAcross) || (cx - 1) * channels > static_cast<int>(kMostReach))
+    return {};
+  const auto weight = [&](int i, int j) { return kernel.weights[std::ptrdiff_t{j} * cx + i]; };
+  const int centreX = cx / 2, centreY = cy / 2;
+  // Any row but the centre's, with a weight outside the centre's column, tells the row up to a factor.
+  for (int j0 = 0; j0 < cy; ++j0) {
+    int i0 = 0;
+    while (i0 < cx && (i0 == centreX || weight(i0, j0) == 0)) ++i0;
+    if (j0 == centreY || i0 == cx) continue;
+    Factors found;
+    int divisor = 0;
+    for (int i = 0; i < cx; ++i) divisor = std::gcd(divisor, weight(i, j0));
+    for (int i = 0; i < cx; ++i) found.across.push_back(weight(i, j0) / divisor);
+    for (int j = 0; j < cy; ++j) found.down.push_back(weight(i0, j) / found.across[static_cast<std::size_t>(i0)]);
+    const auto product = [&](int i, int j) {
+      return std::int64_t{found.down[static_cast<std::size_t>(j)]} * found.across[static_cast<std::size_t>(i)];
+    };
+    for (int j = 0; j < cy; ++j)
+      for (int i = 0; i < cx; ++i)
+        if ((i != centreX || j != centreY) && product(i, j) != weight(i, j)) return {};
+    found.centre = static_cast<int>(weight(centreX, centreY) - product(centreX, centreY));
+
+    const auto taps = [](const int* first, std::ptrdiff_t count) {
+      return count - std::count(first, first + count, 0);
+    };
+    const std::ptrdiff_t factored = taps(found.down.data(), cy) + taps(found.across.data(), cx) + (found.centre != 0);
+    if (factored + 1 >= taps(kernel.weights, std::ptrdiff_t{cx} * cy)) return {};
+    return found;
+  }
+  return {};
+}
+
+// The greatest size of a sum and of all its parts.
+template <class S>
+std::int64_t greatestSum(const WholeKernel& kernel, const Factors& by) {
+  const auto total = [](const std::vector<int>& weights) {
+    return std::accumulate(weights.begin(), weights.end(), std::int64_t{0},
+                           [](std::int64_t sum, int weight) { return sum + sizeOf(weight); });
+  };
+  return (total(by.down) * total(by.across) + sizeOf(by.centre)) * std::numeric_limits<S>::max() + sizeOf(kernel.start);
+}
+
+template <class T>
+class FactoredList {
+ public:
+  FactoredList(const Factors& by, int channels)
+      : down_(by.down.data(), CSize(1, static_cast<int>(by.down.size())), channels),
+        reach_((by.across.size() - 1) * static_cast<std::size_t>(channels)),
+        centreRow_(by.down.size() / 2),
+        centreColumn_(by.across.size() / 2 * static_cast<std::size_t>(channels)),
+        centre_(static_cast<T>(by.centre)) {
+    for (std::size_t i = 0; i < by.across.size(); ++i) {
+      if (by.across[i] == 0) continue;
+      places_.push_back(i * static_cast<std::size_t>(channels));
+      across_.push_back(static_cast<T>(by.across[i]));
+    }
+  }
+
+  FactoredTaps<T> at(const T* const* rows) {
+    return {.down = down_.at(rows),
+            .places = places_.data(),
+            .across = across_.data(),
+            .count = across_.size(),
+            .reach = reach_,
+            .centre = centre_ == 0 ? nullptr : rows[centreRow_] + centreColumn_,
+            .centreWeight = centre_};
+  }
+
+ private:
+  TapList<T, T> down_;
+  std::vector<std::size_t> places_;
+  std::vector<T> across_;
+  std::size_t reach_, centreRow_, centreColumn_;
+  T centre_;
+};
 
 // Whether -2147483648 / -1 comes up at a pixel that is processed.
 template <class S>
@@ -199,20 +291,34 @@ bool convolveRows(const WholeKernel& kernel, View<const S> in, View<S> out, View
   const std::int64_t greatest = greatestSum<S>(kernel);
   const auto rule = wholeRule(kernel, std::numeric_limits<S>::max());
   const ConvolutionRows<S>& rows = convolutionRows<S>();
+  const auto byFactors = greatest <= kMostSingle ? factors(kernel, in.channels) : std::nullopt;
 
   if constexpr (std::is_same_v<S, std::uint8_t>) {
     // With an offset near the ends of an int the addition might wrap.
     if (greatest <= kMostNarrow && sizeOf(kernel.divisor) <= kMostNarrow && sizeOf(kernel.offset) <= INT_MAX / 2) {
-      const auto narrow = kernels<ConvolutionKernels>().narrow;
-      Window<S, std::int16_t> window(in, area.around, kernels<ConvolutionKernels>().toWord);
-      TapList<std::int16_t, std::int16_t> taps(kernel.weights, kernel.size, in.channels);
-      eachRow(in, out, mask, area, clears, window,
-              [&, by = narrowRule(kernel)](auto around, S* to, std::size_t n) { narrow(taps.at(around), by, to, n); });
+      const ConvolutionKernels& table = kernels<ConvolutionKernels>();
+      const NarrowRule narrow = narrowRule(kernel);
+      Window<S, std::int16_t> window(in, area.around, table.toWord);
+      if (byFactors) {  // parts of sums may wrap in 16 bits, the sums are those that fit
+        FactoredList<std::int16_t> taps(*byFactors, in.channels);
+        eachRow(in, out, mask, area, clears, window,
+                [&](auto around, S* to, std::size_t n) { table.narrowFactored(taps.at(around), narrow, to, n); });
+      } else {
+        TapList<std::int16_t, std::int16_t> taps(kernel.weights, kernel.size, in.channels);
+        eachRow(in, out, mask, area, clears, window,
+                [&](auto around, S* to, std::size_t n) { table.narrow(taps.at(around), narrow, to, n); });
+      }
       return true;
     }
   }
   if (greatest <= kMostSingle) {
     Window<S, float> window(in, area.around, rows.toSingle);
+    if (byFactors && greatestSum<S>(kernel, *byFactors) <= kMostSingle) {
+      FactoredList<float> taps(*byFactors, in.channels);
+      eachRow(in, out, mask, area, clears, window,
+              [&](auto around, S* to, std::size_t n) { rows.singleFactored(taps.at(around), rule, to, n); });
+      return true;
+    }
     TapList<float, float> taps(kernel.weights, kernel.size, in.channels);
     eachRow(in, out, mask, area, clears, window,
             [&](auto around, S* to, std::size_t n) { rows.single(taps.at(around), rule, to, n); });

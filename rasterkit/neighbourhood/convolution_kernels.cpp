@@ -6,7 +6,7 @@ namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
 
 // Sums of a block of samples stay in the nearest cache while taps are added, a few at a time.
-constexpr size_t kBlock = 512;
+constexpr size_t kBlock = 1024;
 constexpr size_t kTapsAtOnce = 9;
 
 template <class T>
@@ -28,10 +28,10 @@ inline double plusProduct(double sum, float sample, double weight) {
   return sum + static_cast<double>(sample) * weight;
 }
 
-// sums[i] += the products of `count` taps. Doubles are added in the order of the taps; floats are exact or estimates,
-// and their products are added up among themselves first, which rounds estimates less.
-template <size_t count, class T, class Sum>
-void addTaps(const T* const* in, const Sum* weights, size_t at, Sum* sums, size_t n) {
+// sums[i] = start, or itself, and the products of `count` taps. Doubles are added in the order of the taps; floats are
+// exact or estimates, and their products are added up among themselves first, which rounds estimates less.
+template <size_t count, bool first, class T, class Sum>
+void addTaps(const T* const* in, const Sum* weights, size_t at, Sum start, Sum* sums, size_t n) {
   const T* tap[count];
   Sum weight[count];
   for (size_t k = 0; k < count; ++k) tap[k] = in[k] + at, weight[k] = weights[k];
@@ -41,9 +41,9 @@ void addTaps(const T* const* in, const Sum* weights, size_t at, Sum* sums, size_
       Sum sum = tap[0][i] * weight[0];
 #pragma GCC unroll 9
       for (size_t k = 1; k < count; ++k) sum = plusProduct(sum, tap[k][i], weight[k]);
-      out[i] += sum;
+      out[i] = (first ? start : out[i]) + sum;
     } else {
-      Sum sum = out[i];
+      Sum sum = first ? start : out[i];
 #pragma GCC unroll 9
       for (size_t k = 0; k < count; ++k) sum = plusProduct(sum, tap[k][i], weight[k]);
       out[i] = sum;
@@ -51,26 +51,32 @@ void addTaps(const T* const* in, const Sum* weights, size_t at, Sum* sums, size_
   }
 }
 
-// The sums of n samples from `at` on, n at most kBlock.
+template <bool first, class T, class Sum>
+void addGroup(size_t count, const T* const* in, const Sum* weights, size_t at, Sum start, Sum* sums, size_t n) {
+  switch (count) {
+    case 1: return addTaps<1, first>(in, weights, at, start, sums, n);
+    case 2: return addTaps<2, first>(in, weights, at, start, sums, n);
+    case 3: return addTaps<3, first>(in, weights, at, start, sums, n);
+    case 4: return addTaps<4, first>(in, weights, at, start, sums, n);
+    case 5: return addTaps<5, first>(in, weights, at, start, sums, n);
+    case 6: return addTaps<6, first>(in, weights, at, start, sums, n);
+    case 7: return addTaps<7, first>(in, weights, at, start, sums, n);
+    case 8: return addTaps<8, first>(in, weights, at, start, sums, n);
+    case 9: return addTaps<9, first>(in, weights, at, start, sums, n);
+  }
+}
+
+// The sums of n samples from `at` on.
 template <class T, class Sum>
 void sumTaps(const Taps<T, Sum>& taps, Sum start, size_t at, Sum* sums, size_t n) {
-  for (size_t i = 0; i < n; ++i) sums[i] = start;
-  const T* const* in = taps.in;
-  const Sum* weights = taps.weights;
-  for (size_t left = taps.count; left > 0;) {
-    const size_t count = least(left, kTapsAtOnce);
-    switch (count) {
-      case 1: addTaps<1>(in, weights, at, sums, n); break;
-      case 2: addTaps<2>(in, weights, at, sums, n); break;
-      case 3: addTaps<3>(in, weights, at, sums, n); break;
-      case 4: addTaps<4>(in, weights, at, sums, n); break;
-      case 5: addTaps<5>(in, weights, at, sums, n); break;
-      case 6: addTaps<6>(in, weights, at, sums, n); break;
-      case 7: addTaps<7>(in, weights, at, sums, n); break;
-      case 8: addTaps<8>(in, weights, at, sums, n); break;
-      case 9: addTaps<9>(in, weights, at, sums, n); break;
-    }
-    in += count, weights += count, left -= count;
+  size_t done = least(taps.count, kTapsAtOnce);
+  if (done == 0)
+    for (size_t i = 0; i < n; ++i) sums[i] = start;
+  addGroup<true>(done, taps.in, taps.weights, at, start, sums, n);
+  while (done < taps.count) {
+    const size_t count = least(taps.count - done, kTapsAtOnce);
+    addGroup<false>(count, taps.in + done, taps.weights + done, at, start, sums, n);
+    done += count;
   }
 }
 
@@ -81,6 +87,26 @@ void eachBlock(const Taps<T, Sum>& taps, Sum start, size_t n, F f) {
   for (size_t at = 0; at < n; at += kBlock) {
     const size_t count = least(kBlock, n - at);
     sumTaps(taps, start, at, sums, count);
+    f(sums, at, count);
+  }
+}
+
+template <class T, class F>
+void eachBlock(const FactoredTaps<T>& taps, T start, size_t n, F f) {
+  alignas(64) T columns[kBlock + kMostReach];
+  alignas(64) T sums[kBlock];
+  const T* in[kMostAcross + 1];
+  T weights[kMostAcross + 1];
+  for (size_t k = 0; k < taps.count; ++k) in[k] = columns + taps.places[k], weights[k] = taps.across[k];
+  for (size_t at = 0; at < n; at += kBlock) {
+    const size_t count = least(kBlock, n - at);
+    sumTaps(taps.down, T(0), at, columns, count + taps.reach);
+    Taps<T, T> across = {in, weights, taps.count};
+    if (taps.centre) {
+      in[across.count] = taps.centre + at, weights[across.count] = taps.centreWeight;
+      ++across.count;
+    }
+    sumTaps(across, start, 0, sums, count);
     f(sums, at, count);
   }
 }
@@ -112,13 +138,35 @@ void finishNarrow(const int16_t* in, const NarrowRule& rule, uint8_t* result, si
   }
 }
 
-void narrow(const Taps<int16_t, int16_t>& taps, const NarrowRule& rule, uint8_t* out, size_t n) {
-  eachBlock(taps, rule.start, n, [&](const int16_t* sums, size_t at, size_t count) {
-    if (rule.multiplier)
-      finishNarrow<true>(sums, rule, out + at, count);
-    else
-      finishNarrow<false>(sums, rule, out + at, count);
-  });
+template <bool divides, bool magnitude>
+void finishPlain(const int16_t* in, const NarrowRule& rule, uint8_t* result, size_t n) {
+  const int16_t* const __restrict sums = in;
+  uint8_t* const __restrict out = result;
+  const uint16_t multiplier = rule.multiplier, shift = rule.shift, highest = static_cast<uint16_t>(rule.greatest);
+  for (size_t i = 0; i < n; ++i) {
+    const int16_t sum = sums[i];
+    const auto opposite = static_cast<int16_t>(-sum);
+    auto q = static_cast<uint16_t>(greatest(sum, magnitude ? opposite : int16_t(0)));
+    if (divides) {
+      q = static_cast<uint16_t>(static_cast<uint32_t>(q) * multiplier >> 16);
+      q = static_cast<uint16_t>(q >> shift);
+    }
+    out[i] = static_cast<uint8_t>(least(q, highest));
+  }
+}
+
+void finish(const int16_t* sums, const NarrowRule& rule, uint8_t* out, size_t n) {
+  const bool divides = rule.multiplier != 0;
+  if (!rule.plain) return divides ? finishNarrow<true>(sums, rule, out, n) : finishNarrow<false>(sums, rule, out, n);
+  if (rule.magnitude)
+    return divides ? finishPlain<true, true>(sums, rule, out, n) : finishPlain<false, true>(sums, rule, out, n);
+  return divides ? finishPlain<true, false>(sums, rule, out, n) : finishPlain<false, false>(sums, rule, out, n);
+}
+
+template <class AnyTaps>
+void narrow(const AnyTaps& taps, const NarrowRule& rule, uint8_t* out, size_t n) {
+  eachBlock(taps, rule.start, n,
+            [&](const int16_t* sums, size_t at, size_t count) { finish(sums, rule, out + at, count); });
 }
 
 // Whole numbers -------------------------------------------------------------------------------------------------------
@@ -164,8 +212,8 @@ void toWord(const uint8_t* samples, int16_t* result, size_t n) {
   for (size_t i = 0; i < n; ++i) out[i] = in[i];
 }
 
-template <class S>
-void single(const Taps<float, float>& taps, const WholeRule& rule, S* out, size_t n) {
+template <class S, class AnyTaps>
+void single(const AnyTaps& taps, const WholeRule& rule, S* out, size_t n) {
   eachBlock(taps, static_cast<float>(rule.start), n,
             [&](const float* sums, size_t at, size_t count) { finishWhole<S, float>(sums, rule, out + at, count); });
 }
@@ -213,36 +261,62 @@ void real(const Taps<float, double>& taps, const RealRule& rule, S* out, size_t 
             [&](const double* sums, size_t at, size_t count) { finishReal(sums, rule, out + at, count); });
 }
 
-// Estimates are examined in groups of so many samples; one that is in doubt has its group computed.
+// One estimate that is in doubt has its group of so many samples computed.
 constexpr size_t kGroup = 16;
+
+template <class S, bool magnitude>
+void finishEstimate(const float* in, const EstimateRule& rule, S* result, uint8_t* doubts, size_t n) {
+  const float* const __restrict sums = in;
+  S* const __restrict out = result;
+  uint8_t* const __restrict doubt = doubts;
+  const float inverse = rule.inverse, offset = rule.offset, lowest = 0.5F, highest = rule.greatest + 0.5F;
+  const float nearBelow = 1 - rule.error, nearAbove = rule.error;
+  for (size_t i = 0; i < n; ++i) {
+    const float q = sums[i] * inverse;
+    float r = q + offset;
+    if (magnitude) r = r < 0 ? offset - q : r;
+    // 0 and what lies below it are one sample value, as are the greatest and what lies above: nothing is in doubt half
+    // a unit outside.
+    r = r > lowest ? r : lowest;
+    r = r < highest ? r : highest;
+    const auto sample = static_cast<int32_t>(r);
+    const float above = r - static_cast<float>(sample);
+    out[i] = static_cast<S>(sample);
+    doubt[i] = static_cast<uint8_t>((above <= nearAbove) | (above >= nearBelow));
+  }
+}
+
+inline bool anyOf(const uint8_t* doubt) {
+  uint64_t words[kGroup / 8];
+  __builtin_memcpy(words, doubt, sizeof words);
+  return (words[0] | words[1]) != 0;
+}
 
 template <class S>
 void estimated(const Taps<float, float>& estimate, const EstimateRule& estimateRule, const Taps<float, double>& taps,
                const RealRule& rule, S* result, size_t n) {
+  static_assert(kGroup == 16 && kBlock % kGroup == 0);
   eachBlock(estimate, 0.0F, n, [&](const float* sums, size_t at, size_t count) {
-    const EstimateRule by = estimateRule;
-    S* const __restrict out = result + at;
-    uint8_t doubt[kBlock];
-    for (size_t i = 0; i < count; ++i) {
-      const float q = sums[i] * by.inverse;
-      float r = q + by.offset;
-      const float flipped = by.offset - q;
-      r = by.magnitude && r < 0 ? flipped : r;
-      // 0 and what lies below it are one sample value, as are the greatest and what lies above: nothing is in doubt
-      // half a unit outside.
-      r = r > 0.5F ? r : 0.5F;
-      r = r < by.greatest + 0.5F ? r : by.greatest + 0.5F;
-      const auto sample = static_cast<int32_t>(r);
-      const float above = r - static_cast<float>(sample);
-      out[i] = static_cast<S>(sample);
-      doubt[i] = above <= by.error || above >= 1 - by.error;
+    S* const out = result + at;
+    alignas(64) uint8_t doubt[kBlock];
+    if (estimateRule.magnitude)
+      finishEstimate<S, true>(sums, estimateRule, out, doubt, count);
+    else
+      finishEstimate<S, false>(sums, estimateRule, out, doubt, count);
+    for (size_t i = count; i % kGroup != 0; ++i) doubt[i] = 0;
+
+    size_t groups = 0;
+    for (size_t from = 0; from < count; from += kGroup) groups += anyOf(doubt + from);
+    if (groups == 0) return;
+    // Where doubts abound, as in flat areas, all samples of the block are computed at once.
+    alignas(64) double exact[kBlock];
+    if (groups > kBlock / kGroup / 4) {
+      sumTaps(taps, 0.0, at, exact, count);
+      return finishReal(exact, rule, out, count);
     }
     for (size_t from = 0; from < count; from += kGroup) {
+      if (!anyOf(doubt + from)) continue;
       const size_t group = least(kGroup, count - from);
-      uint8_t any = 0;
-      for (size_t i = 0; i < group; ++i) any |= doubt[from + i];
-      if (!any) continue;
-      alignas(64) double exact[kGroup];
       sumTaps(taps, 0.0, at + from, exact, group);
       finishReal(exact, rule, out + from, group);
     }
@@ -283,10 +357,12 @@ void laplacian(const float* const* rows, size_t step, float* result, size_t n) {
 }
 
 template <class S>
-constexpr ConvolutionRows<S> rows = {toSingle<S>, single<S>, whole<S>, sums<S>, real<S>, estimated<S>, select<S>};
+constexpr ConvolutionRows<S> rows = {toSingle<S>, single<S>, single<S>,    whole<S>,
+                                     sums<S>,     real<S>,   estimated<S>, select<S>};
 
 }  // namespace
 
-const ConvolutionKernels convolutionKernels = {rows<uint8_t>, rows<uint16_t>, toWord, narrow, laplacian, select<float>};
+const ConvolutionKernels convolutionKernels = {rows<uint8_t>, rows<uint16_t>, toWord,       narrow,
+                                               narrow,        laplacian,      select<float>};
 
 }  // namespace rasterkit::RASTERKIT_LEVEL

@@ -16,6 +16,21 @@ struct Taps {
   size_t count;
 };
 
+// A kernel that is a column of weights times a row of weights, and something more at one tap: the weights down the
+// columns, then those across the sums.
+template <class T>
+struct FactoredTaps {
+  Taps<T, T> down;
+  const size_t* places;  // of the weights across, in samples from the leftmost one
+  const T* across;
+  size_t count;
+  size_t reach;     // samples beyond the n summed, at most kMostReach
+  const T* centre;  // null where there is nothing more
+  T centreWeight;
+};
+constexpr size_t kMostReach = 64;
+constexpr size_t kMostAcross = 16;
+
 // From a sum whose size is at most 32767 to a sample:
 //
 //     q = (sum / divisor, toward zero); q = q < flipBelow ? -q : q; sample = limited(q, least, greatest) + offset
@@ -27,6 +42,9 @@ struct NarrowRule {
   int16_t least, greatest;
   int16_t offset;
   int16_t start;  // what the sum begins with
+  // Of an offset of 0 only this is left: (|sum| or greatest(sum, 0)) / divisor, up to `greatest`.
+  bool plain;
+  bool magnitude;
 };
 
 // From a sum to a sample, sums and differences wrapping:
@@ -66,6 +84,7 @@ struct ConvolutionRows {
 
   // Sums below 2^22 in size: every product and partial sum is a whole number that a float holds exactly.
   void (*single)(const Taps<float, float>& taps, const WholeRule& rule, S* out, size_t n);
+  void (*singleFactored)(const FactoredTaps<float>& taps, const WholeRule& rule, S* out, size_t n);
   // Any sums, wrapping in 32 bits.
   void (*whole)(const Taps<S, int32_t>& taps, const WholeRule& rule, S* out, size_t n);
   void (*sums)(const Taps<S, int32_t>& taps, int32_t* out, size_t n);
@@ -86,6 +105,7 @@ struct ConvolutionKernels {
   void (*toWord)(const uint8_t* in, int16_t* out, size_t n);
   // Sums up to 32767 in size in 16 bits.
   void (*narrow)(const Taps<int16_t, int16_t>& taps, const NarrowRule& rule, uint8_t* out, size_t n);
+  void (*narrowFactored)(const FactoredTaps<int16_t>& taps, const NarrowRule& rule, uint8_t* out, size_t n);
   // Float samples: (8 x centre - the eight neighbours) x 0.125 in double, limited to 0 to 255 and truncated. The rows
   // stand `step` samples to the left.
   void (*laplacian)(const float* const* rows, size_t step, float* out, size_t n);
