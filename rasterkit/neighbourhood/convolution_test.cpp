@@ -1,3 +1,4 @@
+#include <rasterkit/core/levels.h>
 #include <rasterkit/neighbourhood/convolution.h>
 
 #include <gtest/gtest.h>
@@ -6,6 +7,8 @@
 #include <cmath>
 #include <vector>
 
+#include "catalogue/catalogue.h"
+#include "tests/plain/twins.h"
 #include "tests/support/picture.h"
 
 namespace rasterkit {
@@ -280,6 +283,103 @@ TEST(ConvolveReal, aDivisorOfZeroDividesAsFloatsDo) {
   EXPECT_PICTURE(convolvedReal(gray8({{0, 2}}), CSize(1, 1), {INFINITY}), gray8({{0, 255}}));
   EXPECT_PICTURE(convolvedReal(gray8({{1, 2}}), CSize(1, 1), {1}, NAN), gray8({{0, 0}}));
   EXPECT_PICTURE(convolvedReal(gray8({{1, 2}}), CSize(1, 1), {1}, INFINITY, 7), gray8({{7, 7}}));
+}
+
+// Rows longer than the blocks that are summed at once
+// ------------------------------------------------------------------
+
+// The operation of the catalogue against its slow twin, at every processor level.
+void equalsItsTwin(const char* name, CPxImage source, const catalogue::Kernel& kernel, double divisor, double offset) {
+  const catalogue::Operation& operation = *catalogue::find(name);
+  CPxImage expected, dst;
+  const auto call = [&](CPxImage& out) {
+    catalogue::Call made(operation, source, out);
+    made.set("kernel", kernel);
+    if (operation.find("divisor")->kind == catalogue::Kind::integer) {
+      made.set("divisor", static_cast<int>(divisor));
+      made.set("offset", static_cast<int>(offset));
+    } else {
+      made.set("divisor", divisor);
+      made.set("offset", offset);
+    }
+    return made;
+  };
+  const int flag = call(expected).run(*plain::find(name));
+  for (const char* const level : {"baseline", "v2", "v3", "v4"}) {
+    if (!useLevel(level)) continue;
+    EXPECT_EQ(call(dst).run(), flag);
+    EXPECT_TRUE(identical(dst, expected)) << name << ", " << kernel.width << " x " << kernel.height << ", " << level;
+  }
+  useLevel("best");
+}
+
+std::vector<CPxImage> wideImages(test::Random& random) {
+  std::vector<CPxImage> images;
+  for (const int bits : {8, 16}) {
+    images.push_back(randomImage(random, {CM_RGB, bits}, 700, 2));
+    images.push_back(randomImage(random, {CM_GRAY, bits}, 1031, 3));
+    images.push_back(randomImage(random, {CM_RGBA, bits}, 9, 5));
+    CPxImage flat(CM_GRAY, bits, 1100, 2);
+    for (int y = 0; y < 2; ++y)
+      for (int x = 0; x < 1100; ++x) test::setSample(flat, x, y, 0, x < 40 ? x : 200);
+    images.push_back(flat);
+  }
+  return images;
+}
+
+TEST(Convolve, aColumnTimesARowAndACentre) {
+  test::Random random(11);
+  for (int round = 0; round < 12; ++round) {
+    catalogue::Kernel kernel{random.between(3, 7), random.between(3, 7), {}};
+    const int most = round % 3 == 0 ? 1 : round % 3 == 1 ? 4 : 40;
+    std::vector<int> down, across;
+    for (int j = 0; j < kernel.height; ++j) down.push_back(random.between(-most, most));
+    for (int i = 0; i < kernel.width; ++i) across.push_back(random.between(-1, most));
+    for (const int a : down)
+      for (const int b : across) kernel.weights.push_back(a * b);
+    if (round % 2)
+      kernel.weights[static_cast<std::size_t>(kernel.height / 2 * kernel.width + kernel.width / 2)] += round * 3 - 11;
+    const int divisor = random.between(-9, 60) | 1;
+    for (const CPxImage& image : wideImages(random)) {
+      equalsItsTwin("convolve", image, kernel, divisor, 0);
+      equalsItsTwin("convolve-abs", image, kernel, divisor, round % 4 ? 0 : 9);
+    }
+  }
+}
+
+TEST(Convolve, longRowsAndManyTaps) {
+  test::Random random(12);
+  for (int round = 0; round < 8; ++round) {
+    catalogue::Kernel kernel{random.between(1, 6), random.between(1, 6), {}};
+    const int most = round % 4 == 0 ? 3 : round % 4 == 1 ? 127 : round % 4 == 2 ? 70000 : 2147483647;
+    for (int k = 0; k < kernel.width * kernel.height; ++k) kernel.weights.push_back(random.between(-most, most));
+    for (const CPxImage& image : wideImages(random)) {
+      equalsItsTwin("convolve", image, kernel, random.between(1, most), random.between(-9, 9));
+      equalsItsTwin("convolve-abs", image, kernel, -1 - most / 3, 5);
+    }
+  }
+}
+
+TEST(ConvolveReal, longRowsAndManyTaps) {
+  test::Random random(13);
+  for (int round = 0; round < 8; ++round) {
+    catalogue::Kernel kernel{random.between(1, 6), random.between(1, 6), {}};
+    double sum = 0;
+    for (int k = 0; k < kernel.width * kernel.height; ++k) {
+      kernel.weights.push_back(random.fraction() + (round % 3 == 0 ? -0.4 : 0.01));
+      sum += kernel.weights.back();
+    }
+    // Of a sum of 1 flat areas lie next to whole numbers.
+    if (round % 3)
+      for (double& weight : kernel.weights) weight /= sum;
+    if (round % 4 == 3)
+      for (double& weight : kernel.weights) weight *= 1e6;
+    for (const CPxImage& image : wideImages(random)) {
+      equalsItsTwin("convolve-real", image, kernel, round % 2 ? 1 : 3.5, round % 4 ? 0 : 20.25);
+      equalsItsTwin("convolve-abs-real", image, kernel, -1, round % 4 ? 0 : -20.25);
+      equalsItsTwin("convolve-abs-real", image, kernel, -1, 4);
+    }
+  }
 }
 
 }  // namespace
