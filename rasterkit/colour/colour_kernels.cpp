@@ -265,6 +265,18 @@ void replaceWords(void* pixels, const void* find, const void* write, size_t n) {
   });
 }
 
+// out = chosen ? value : other.
+template <class S>
+inline void choose(const uint8_t* chosen, S value, const S* others, S* results, size_t n) {
+  const uint8_t* const __restrict is = chosen;
+  const S* const __restrict in = others;
+  S* const __restrict out = results;
+  for (size_t i = 0; i < n; ++i) {
+    const S other = in[i];
+    out[i] = is[i] != 0 ? value : other;
+  }
+}
+
 // Pixels of three samples.
 template <class S>
 void replaceTriples(S* pixels, const S* find, const S* write, size_t n) {
@@ -272,9 +284,9 @@ void replaceTriples(S* pixels, const S* find, const S* write, size_t n) {
   inBlocks(n, [&](size_t first, size_t count) {
     Planes<S> colour;
     split<3>(pixels + first * 3, colour, count);
-    const S* const a = colour.first;
-    const S* const b = colour.second;
-    const S* const c = colour.third;
+    const S* const __restrict a = colour.first;
+    const S* const __restrict b = colour.second;
+    const S* const __restrict c = colour.third;
     uint8_t equal[kBlock];
     uint8_t any = 0;
     for (size_t i = 0; i < count; ++i) {
@@ -282,11 +294,10 @@ void replaceTriples(S* pixels, const S* find, const S* write, size_t n) {
       any |= equal[i];
     }
     if (!any) return;
-    // Into other planes: a choice between a new value and the one that stands becomes a branch.
     Planes<S> replaced;
-    for (size_t i = 0; i < count; ++i) replaced.first[i] = equal[i] ? write0 : a[i];
-    for (size_t i = 0; i < count; ++i) replaced.second[i] = equal[i] ? write1 : b[i];
-    for (size_t i = 0; i < count; ++i) replaced.third[i] = equal[i] ? write2 : c[i];
+    choose(equal, write0, colour.first, replaced.first, count);
+    choose(equal, write1, colour.second, replaced.second, count);
+    choose(equal, write2, colour.third, replaced.third, count);
     join<3>(replaced, pixels + first * 3, count);
   });
 }

@@ -9,19 +9,18 @@ namespace {
 // Pixel formulas. Branches are written as choices between values that are computed anyway, so that loops over them
 // vectorise; a quotient by 0 among them is never chosen.
 
-// The extremes leave blue out.
+// The extremes leave blue out, so one of red and green is the greatest and the other the least: of the distances from
+// the greatest, over the difference, theirs are 0 and 1, and only blue's needs a quotient.
 inline SpacePixel hsiOf(ColourPixel pixel) {
   const int red = pixel.red, green = pixel.green, blue = pixel.blue;
   const int most = greatest(red, green), fewest = least(red, green);
   const float sum = static_cast<float>(most + fewest), difference = static_cast<float>(most - fewest);
   const float intensity = sum * 0.0019607844F;
   const float saturation = difference / (intensity <= 0.5F ? sum : 510.0F - sum);
-  const float toRed = static_cast<float>(most - red) / difference;
-  const float toGreen = static_cast<float>(most - green) / difference;
   const float toBlue = static_cast<float>(most - blue) / difference;
-  float hue = (toBlue + 6.0F - toGreen) * 60.0F;
-  hue = green == most ? (toRed + 2.0F - toBlue) * 60.0F : hue;
-  hue = blue == most ? (toGreen + 4.0F - toRed) * 60.0F : hue;
+  const bool isGreen = green == most;
+  float hue = (isGreen ? 3.0F - toBlue : toBlue + 6.0F - 1.0F) * 60.0F;
+  hue = blue == most ? (isGreen ? 180.0F : 300.0F) : hue;
   hue = hue > 360.0F ? hue - 360.0F : hue;
   const bool grey = most == fewest;
   return {{grey ? 0.0F : hue, grey ? 0.0F : saturation, intensity}};
@@ -33,10 +32,12 @@ inline SpacePixel hlsOf(ColourPixel pixel) {
   const float sum = static_cast<float>(most + fewest), difference = static_cast<float>(most - fewest);
   const float lightness = sum * 0.0019607844F;
   const float saturation = difference / (lightness <= 0.5F ? sum : 510.0F - sum);
-  const bool isRed = red == most, isGreen = green == most;
-  const int across = isRed ? green - blue : isGreen ? blue - red : red - green;
-  const float start = isRed ? 360.0F : isGreen ? 120.0F : 240.0F;
-  float hue = static_cast<float>(across) * 60.0F / difference + start;
+  float across = static_cast<float>(red - green), start = 240.0F;
+  across = green == most ? static_cast<float>(blue - red) : across;
+  start = green == most ? 120.0F : start;
+  across = red == most ? static_cast<float>(green - blue) : across;
+  start = red == most ? 360.0F : start;
+  float hue = across * 60.0F / difference + start;
   hue = hue > 360.0F ? hue - 360.0F : hue;
   const bool grey = most == fewest;
   return {{grey ? 0.0F : hue, grey ? static_cast<float>(most) * 0.003921569F : lightness, grey ? 0.0F : saturation}};
@@ -91,6 +92,13 @@ inline SpacePixel ycbcrOf(ColourPixel pixel) {
            static_cast<float>(0.5 * red - 0.41869 * green - 0.08131 * blue)}};
 }
 
+// lowByte(truncated(value)), one comparison shorter: the low byte of what an int cannot hold, and of its least value,
+// is 0.
+inline uint8_t truncatedByte(float value) {
+  const float held = __builtin_fabsf(value) < 2147483648.0F ? value : 0.0F;
+  return lowByte(static_cast<int32_t>(held));
+}
+
 // A sample between m1 and m2 by its hue.
 inline uint8_t valueOf(float m1, float m2, float hue) {
   hue = hue > 360.0F ? hue - 360.0F : hue;
@@ -100,7 +108,7 @@ inline uint8_t valueOf(float m1, float m2, float hue) {
   value = hue < 240.0F ? slope : value;
   value = hue < 180.0F ? m2 : value;
   value = hue < 60.0F ? slope : value;
-  return lowByte(truncated(value * 255.0F));
+  return truncatedByte(value * 255.0F);
 }
 
 // Hue, lightness and saturation to a colour.
@@ -108,7 +116,7 @@ inline ColourPixel ofHls(float hue, float lightness, float saturation) {
   const float m2 =
       lightness <= 0.5F ? lightness * (1.0F + saturation) : lightness + saturation - lightness * saturation;
   const float m1 = 2.0F * lightness - m2;
-  const uint8_t grey = lowByte(truncated(lightness * 255.0F));
+  const uint8_t grey = truncatedByte(lightness * 255.0F);
   const bool isGrey = saturation == 0.0F;
   const uint8_t red = valueOf(m1, m2, hue + 120.0F), green = valueOf(m1, m2, hue), blue = valueOf(m1, m2, hue - 120.0F);
   return {isGrey ? grey : blue, isGrey ? grey : green, isGrey ? grey : red};
