@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 
 #include "catalogue/recipe.h"
 #include "tools/commands.h"
@@ -83,12 +84,17 @@ void printPlaces(const char* kind, const std::vector<CPxHistogramDensity>& recor
   std::printf("%-8s %s\n", kind, line.empty() ? "none" : line.c_str());
 }
 
-CPxImage inColour(const CPxImage& grey) {
-  CPxImage out(CM_RGB, 8, grey.width, grey.height);
-  for (int y = 0; y < grey.height; ++y) {
-    const auto* const in = static_cast<const unsigned char*>(grey.Get2DBuffer()[y]);
+// Grey or colour of 8 bits as colour.
+CPxImage inColour(const CPxImage& image, const std::string& name) {
+  const int from = image.channels >= 3 ? image.channels : 1;
+  if (image.bitsPerSample > 8 || image.channels == 2 || image.colorModel == CM_CMYK)
+    throw Failure(ExitCode::refused, name + ": lines are drawn over grey or colour pictures of 8 bits");
+  CPxImage out(CM_RGB, 8, image.width, image.height);
+  for (int y = 0; y < image.height; ++y) {
+    const auto* const in = static_cast<const unsigned char*>(image.Get2DBuffer()[y]);
     auto* const to = static_cast<unsigned char*>(out.Get2DBuffer()[y]);
-    for (int x = 0; x < 3 * grey.width; ++x) to[x] = in[x / 3];
+    for (int x = 0; x < image.width; ++x)
+      for (int c = 0; c < 3; ++c) to[3 * x + c] = in[from * x + (from == 1 ? 0 : c)];
   }
   return out;
 }
@@ -120,7 +126,8 @@ void drawLine(CPxImage& picture, CPoint first, CPoint second) {
 int hist(const AnalysisOptions& options) {
   CPxImage image = readImage(options.input);
   const auto found = findings<HistogramFindings>("hist", options, image, catalogue::findPeaks);
-  if (!options.picture.empty()) plotHistogram(found, options.input, options.picture);
+  if (!options.picture.empty())
+    plotHistogram(found, std::filesystem::path(options.input).filename().string(), options.picture);
   if (options.json) {
     std::printf("%s\n", toJson(found).c_str());
     return ExitCode::success;
@@ -136,7 +143,8 @@ int lines(const AnalysisOptions& options) {
   CPxImage image = readImage(options.input);
   const auto found = findings<std::vector<FoundLine>>("lines", options, image, catalogue::findLines);
   if (!options.picture.empty()) {
-    CPxImage picture = inColour(image);
+    CPxImage picture =
+        options.over.empty() ? inColour(image, options.input) : inColour(readImage(options.over), options.over);
     for (const FoundLine& line : found) drawLine(picture, line.first, line.second);
     writeImageFile(options.picture, {&picture, 1});
   }

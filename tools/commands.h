@@ -30,6 +30,7 @@ struct AnalysisOptions {
   std::string input;
   std::vector<std::string> arguments;  ///< name=value, as in a recipe
   std::string picture;                 ///< the plot, or the picture with the lines; "" for none
+  std::string over;                    ///< what the lines are drawn over; "" for the input itself
   bool json = false;
 };
 /// What a histogram looks like, its peaks and valleys.

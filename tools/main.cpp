@@ -85,6 +85,8 @@ int perform(int argc, char** argv) {
       ->type_name("NAME=VALUE...");
   hists->add_option("--plot", analysis.picture, "draw it, as .svg or .png")->type_name("FILE");
   finds->add_option("--overlay", analysis.picture, "draw the lines over the picture")->type_name("FILE");
+  finds->add_option("--over", analysis.over, "draw them over this picture instead, the one whose edges were searched")
+      ->type_name("FILE");
   CLI::App* const shades = app.add_subcommand("shade", "Correct uneven illumination with a picture of an empty field");
   shades->footer("Example: rasterkit shade photo.png blank=empty.png -o even.png");
   shades->add_option("words", options.words, "an image, and blank=FILE")->required()->type_name("IN blank=FILE");
