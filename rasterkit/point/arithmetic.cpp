@@ -4,8 +4,11 @@
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/region.h"
 #include "rasterkit/point/arithmetic_kernels.h"
+#include "rasterkit/point/sample_map.h"
 
 #include <climits>
+#include <numeric>
+#include <type_traits>
 
 namespace rasterkit {
 namespace {
@@ -40,6 +43,15 @@ int changeByConstant(CPxImage* image, const CRect& rect, Constant k, Kernel kern
   return bySample(*image, modelChannels(*image), [&]<class S>(View<S> rows) {
     const View<S> part = within(rows, *region);
     const auto change = kernelsOf<ArithmeticKernels, S>().*kernel.template operator()<S>();
+    if constexpr (std::is_same_v<S, std::uint8_t> && std::is_same_v<Constant, float>) {
+      // Rather than calculating with floats, the results of all bytes are looked up.
+      std::uint8_t results[256];
+      std::iota(results, results + 256, std::uint8_t{0});
+      change(results, 256, k);
+      const auto map = mapKernel<S>();
+      for (int y = 0; y < part.height; ++y) map(part.row(y), part.samples(), results);
+      return 1;
+    }
     for (int y = 0; y < part.height; ++y) change(part.row(y), part.samples(), k);
     return 1;
   });

@@ -2,6 +2,10 @@
 
 #include "rasterkit/core/kernel_numbers.h"
 
+#if defined(__AVX512F__)
+#include <immintrin.h>
+#endif
+
 namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
 
@@ -121,6 +125,28 @@ template <>
 void divide(float* row, const float* other, size_t n) {
   for (size_t i = 0; i < n; ++i) row[i] = float(double(row[i]) * (double(other[i]) * 0.00392156862745098));
 }
+
+#if defined(__AVX512F__)
+// Bytes by an approximate reciprocal, wrong by less than 1 part in 2^14: (s + 0.5) / d is at least 0.5 / d away from
+// every whole number, and the error, less than 256 / d / 2^14, does not reach it.
+template <>
+void divide(uint8_t* row, const uint8_t* other, size_t n) {
+  constexpr __mmask16 all = 0xFFFF;  // g++ 12 takes the operand that forms without a mask ignore for a fault
+  const auto wide = [](const uint8_t* from) {
+    return _mm512_maskz_cvtepi32_ps(
+        all, _mm512_maskz_cvtepu8_epi32(all, _mm_loadu_si128(reinterpret_cast<const __m128i*>(from))));
+  };
+  const __m512 half = _mm512_set1_ps(0.5F), one = _mm512_set1_ps(1.0F);
+  size_t i = 0;
+  for (; i + 16 <= n; i += 16) {
+    const __m512 reciprocal = _mm512_maskz_rcp14_ps(all, _mm512_add_ps(wide(other + i), one));
+    const __m512 quotient = _mm512_mul_ps(_mm512_add_ps(wide(row + i), half), reciprocal);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(row + i),
+                     _mm512_maskz_cvtepi32_epi8(all, _mm512_maskz_cvttps_epi32(all, quotient)));
+  }
+  for (; i < n; ++i) row[i] = uint8_t(row[i] / (other[i] + 1));
+}
+#endif
 
 void unite(uint8_t* row, const uint8_t* other, size_t n) {
   for (size_t i = 0; i < n; ++i) row[i] |= other[i];

@@ -215,6 +215,19 @@ TEST(Div, isExactForAllWordQuotientsAtStake) {
     EXPECT_EQ(sampleAt(quotients, x, 0), int(sampleAt(numbers, x, 0)) / (int(sampleAt(divisors, x, 0)) + 1));
 }
 
+TEST(Div, isExactForAllQuotientsOfBytes) {
+  CPxImage numbers(CM_GRAY, 8, 256, 256), divisors(CM_GRAY, 8, 256, 256);
+  for (int y = 0; y < 256; ++y) {
+    for (int x = 0; x < 256; ++x) {
+      setSample(numbers, x, y, 0, x);
+      setSample(divisors, x, y, 0, y);
+    }
+  }
+  const CPxImage quotients = divided(numbers, divisors);
+  for (int y = 0; y < 256; ++y)
+    for (int x = 0; x < 256; ++x) EXPECT_EQ(sampleAt(quotients, x, y), x / (y + 1)) << x << ' ' << y;
+}
+
 TEST(Div, byZerosChangesNothing) {
   Random random(3);
   for (const PixelType type : {PixelType{CM_GRAY, 8}, PixelType{CM_RGB, 16}, PixelType{CM_RGBA, 8}}) {

@@ -3,11 +3,10 @@
 #include <rasterkit/point/arithmetic.h>
 
 #include "rasterkit/core/application.h"
-#include "rasterkit/core/kernels.h"
 #include "rasterkit/core/numbers.h"
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/region.h"
-#include "rasterkit/point/tone_kernels.h"
+#include "rasterkit/point/sample_map.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,15 +32,6 @@ std::vector<S> mapping(const std::vector<int>& entries) {
   for (std::size_t i = 0; i < map.size(); ++i)
     map[i] = static_cast<S>(i < entries.size() ? static_cast<std::size_t>(entries[i]) : i);
   return map;
-}
-
-template <class S>
-auto mapKernel() {
-#if RASTERKIT_HAS_VBMI
-  if constexpr (sizeof(S) == 1)
-    if (servesBytePermutes()) return vbmi::toneBytes.map;
-#endif
-  return kernelsOf<ToneKernels, S>().map;
 }
 
 int remap(CPxImage* image, const CRect& rect, const ToneTable& table) {
