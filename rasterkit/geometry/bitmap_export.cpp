@@ -7,7 +7,7 @@
 #include <rasterkit/geometry/regions.h>
 
 #include "rasterkit/core/view.h"
-#include "rasterkit/geometry/copy_bytes.h"
+#include "rasterkit/geometry/copy_rows.h"
 #include "rasterkit/platform/desktop_seam.h"
 
 #include <algorithm>
@@ -52,12 +52,11 @@ MadeBitmap blockOf(const CPxImage& image, const CPxPalette& palette = CPxPalette
   std::memset(to + known * sizeof(tagRGBA), 0, (colours - known) * sizeof(tagRGBA));
   to += colours * sizeof(tagRGBA);
 
-  // From the image's first row on, which is the block's last: processors fetch ahead of an ascending reader only.
-  for (int y = 0; y < rows.height; ++y) {
-    unsigned char* const row = to + static_cast<std::size_t>(rows.height - 1 - y) * stride;
-    copyBytes(row, rows.row(y), rows.samples());
-    std::memset(row + rows.samples(), 0, stride - rows.samples());
-  }
+  if (rows.height == 0) return made;
+  const auto step = static_cast<std::ptrdiff_t>(stride);
+  copyRows(to + step * (rows.height - 1), -step, rows.row(0), rows.stride, rows.samples(), rows.height);
+  for (int y = 0; y < rows.height && stride > rows.samples(); ++y, to += stride)
+    std::memset(to + rows.samples(), 0, stride - rows.samples());
   return made;
 }
 
@@ -91,20 +90,10 @@ MadeBitmap bitmapOf(const CPxImage& image) {
       if (bits == 8) return blockOf(image);
       return bits <= 16 ? blockAs(model, image, CPxColorProcessing::RGB16toRGB) : MadeBitmap();
     case CM_GRAYA: return blockAs(CM_RGBA, image, CPxColorProcessing::ConverttoRGBA);
-    case CM_LOGL:
-    case CM_CMYK:
-    case CM_HSI:
-    case CM_HSV:
-    case CM_HLS:
-    case CM_XYZ:
-    case CM_YUV:
-    case CM_YIQ:
-    case CM_YCbCr:
-    case CM_LUV:
-    case CM_Lab:
-    case CM_LOGLUV: return blockAs(CM_RGB, image, CPxColorProcessing::ConverttoRGB);
+    default:  // the other models that exist
+      return CPxImageInfo::GetChannel(model) > 0 ? blockAs(CM_RGB, image, CPxColorProcessing::ConverttoRGB)
+                                                 : MadeBitmap();
   }
-  return {};
 }
 
 }  // namespace rasterkit

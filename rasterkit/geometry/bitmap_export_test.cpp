@@ -1,4 +1,6 @@
+#include <rasterkit/core/levels.h>
 #include <rasterkit/geometry/bitmap.h>
+#include <rasterkit/geometry/geometry.h>
 #include <rasterkit/geometry/regions.h>
 #include <rasterkit/platform/desktop.h>
 
@@ -172,6 +174,28 @@ TEST(BitmapExport, isReadBackByTheImport) {
       EXPECT_EQ(CPxDIBConvert(&back).ConvertFrom(reinterpret_cast<BITMAPINFOHEADER*>(block.data())), width > 0);
       EXPECT_PICTURE(back, width > 0 ? image : gray8({{1}}));
     }
+}
+
+// Beyond 8 MB rows are written past the caches.
+TEST(BitmapExport, largeImagesAreReadBackAtEveryLevel) {
+  Random random(4);
+  const CPxImage image = randomImage(random, {CM_RGB, 8}, 2003, 1401);
+  for (const char* const level : {"baseline", "v2", "v3", "v4", "best"}) {
+    if (!useLevel(level)) continue;
+    Bytes block = exportedBlock(image);
+    for (const bool topDown : {false, true}) {
+      CPxImage expected = image;
+      if (topDown) {
+        reinterpret_cast<BITMAPINFOHEADER*>(block.data())->biHeight = -1401;
+        CPxGeometryProcessing(&expected).Flip(CPxGeometryProcessing::FLIP_VERTICAL);
+      }
+      CPxImage back;
+      EXPECT_EQ(CPxDIBConvert(&back).ConvertFrom(block.data(), block.size()), 1);
+      EXPECT_PICTURE(back, expected);
+    }
+    EXPECT_EQ(Bytes(block.begin() + 40 + 6009, block.begin() + 40 + 6012), Bytes(3)) << "row padding";
+  }
+  useLevel("best");
 }
 
 // Icons ---------------------------------------------------------------------------------------------------------------

@@ -5,7 +5,7 @@
 
 #include "rasterkit/core/view.h"
 #include "rasterkit/geometry/bitmap_block.h"
-#include "rasterkit/geometry/copy_bytes.h"
+#include "rasterkit/geometry/copy_rows.h"
 
 #include <algorithm>
 #include <cstring>
@@ -21,12 +21,10 @@ COLOR_MODEL modelOf(const BitmapBlock& block) {
   return block.bits <= 8 ? CM_INDEX : block.bits == 32 ? CM_RGBA : CM_RGB;
 }
 
-// In the order in which the block has them: processors fetch ahead of an ascending reader only.
 void copyRows(const BitmapBlock& block, Rows out) {
-  for (int i = 0; i < out.height; ++i) {
-    const int y = block.topDown ? i : out.height - 1 - i;
-    copyBytes(out.row(y), block.row(y), out.samples());
-  }
+  if (out.height == 0) return;
+  rasterkit::copyRows(out.row(block.topDown ? 0 : out.height - 1), block.topDown ? out.stride : -out.stride, block.rows,
+                      static_cast<std::ptrdiff_t>(block.stride), out.samples(), out.height);
 }
 
 // Indices of 1 or 4 bits, the first in the highest bits.

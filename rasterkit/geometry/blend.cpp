@@ -2,7 +2,7 @@
 
 #include "rasterkit/core/kernels.h"
 #include "rasterkit/core/numbers.h"
-#include "rasterkit/geometry/copy_bytes.h"
+#include "rasterkit/geometry/copy_rows.h"
 #include "rasterkit/geometry/resample_kernels.h"
 
 #include <algorithm>

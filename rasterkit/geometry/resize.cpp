@@ -7,7 +7,7 @@
 #include "rasterkit/core/numbers.h"
 #include "rasterkit/geometry/blend.h"
 #include "rasterkit/geometry/columns.h"
-#include "rasterkit/geometry/copy_bytes.h"
+#include "rasterkit/geometry/copy_rows.h"
 
 #include <algorithm>
 #include <cmath>

@@ -7,7 +7,7 @@
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/region.h"
 #include "rasterkit/geometry/columns.h"
-#include "rasterkit/geometry/copy_bytes.h"
+#include "rasterkit/geometry/copy_rows.h"
 #include "rasterkit/geometry/resample_kernels.h"
 
 #include <algorithm>

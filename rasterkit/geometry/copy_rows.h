@@ -17,4 +17,10 @@ inline void copyBytes(void* to, const void* from, std::size_t n) {
   if (n > 0) std::memcpy(out, in, n);
 }
 
+// Copies rows of so many bytes; a stride is the distance in bytes from one row to the next to be copied. Rows that
+// together exceed what caches keep are written past them, as the C library does with one block of that size. Sources in
+// ascending order are the faster ones: processors fetch ahead of an ascending reader only.
+void copyRows(unsigned char* to, std::ptrdiff_t toStride, const unsigned char* from, std::ptrdiff_t fromStride,
+              std::size_t bytes, int rows);
+
 }  // namespace rasterkit
