@@ -47,7 +47,7 @@ class ColumnExtrema {
   using Key = typename RankKey<S>::Type;
 
   // reach: rows on either side, less than the image's height.
-  ColumnExtrema(const ExtremumRows<S>& rows, View<const S> in, int reach)
+  ColumnExtrema(const ExtremumRows<S>& rows, View<const S> in, View<S>, int reach)
       : rows_(rows),
         in_(in),
         // Rows that lie a multiple of 4096 bytes apart would share their places in the cache.
@@ -136,7 +136,7 @@ class ThreeRows {
  public:
   using Key = typename RankKey<S>::Type;
 
-  ThreeRows(const ExtremumRows<S>& rows, View<const S> in, View<S> out)
+  ThreeRows(const ExtremumRows<S>& rows, View<const S> in, View<S> out, int)
       : rows_(rows), window_(in, out, {.above = 1, .below = 1}) {}
 
   void moveTo(int y) { around_ = window_.rows(y); }
@@ -150,47 +150,77 @@ class ThreeRows {
   const S* const* around_ = nullptr;
 };
 
-// Rows of extrema down the columns, and across them into out; in and out may be the same image.
+// Extrema over a square, row by row from the top; in and out may be the same image.
 template <class S, class Columns>
-int pickAcross(const ExtremumRows<S>& rows, Columns columns, View<const S> in, View<S> out, int down, int across,
-               View<const std::uint8_t> mask) {
-  // A part of a row goes all the way while it is in the nearest cache: 3072 bytes, a whole number of pixels.
-  constexpr std::size_t part = 3072 / sizeof(S);
-  const std::size_t n = in.samples();
-  const auto step = static_cast<std::size_t>(in.channels);
-  const std::size_t margin = static_cast<std::size_t>(across) * step;
-  std::vector<typename RankKey<S>::Type> line(n + 2 * margin);
+class SquareExtrema {
+ public:
+  // down, across: how far the square reaches, less than the image's height and width.
+  SquareExtrema(const ExtremumRows<S>& rows, View<const S> in, View<S> out, int down, int across,
+                View<const std::uint8_t> mask)
+      : rows_(rows),
+        in_(in),
+        out_(out),
+        mask_(mask),
+        down_(down),
+        side_(2 * static_cast<std::size_t>(across) + 1),
+        step_(static_cast<std::size_t>(in.channels)),
+        margin_(static_cast<std::size_t>(across) * step_),
+        columns_(rows, in, out, down),
+        line_(in.samples() + 2 * margin_) {}
 
-  for (int y = 0; y < in.height; ++y) {
-    Joining<S> joining{.line = line.data(),
-                       .side = 2 * static_cast<std::size_t>(across) + 1,
-                       .step = step,
-                       .out = out.row(y),
-                       .in = in.row(y),
-                       .mask = mask.first ? mask.row(y) : nullptr};
-    std::fill_n(line.data(), margin, rows.neutral);
-    std::fill_n(line.data() + margin + n, margin, rows.neutral);
-    columns.moveTo(y);
+  // Writes row y, for y = 0, 1, 2 ... Rows up to y + down must be there to be read.
+  void pick(int y) {
+    // A part of a row goes all the way while it is in the nearest cache: 3072 bytes, a whole number of pixels.
+    constexpr std::size_t part = 3072 / sizeof(S);
+    const std::size_t n = in_.samples();
+    Joining<S> joining{.line = line_.data(),
+                       .side = side_,
+                       .step = step_,
+                       .out = out_.row(y),
+                       .in = in_.row(y),
+                       .mask = mask_.first ? mask_.row(y) : nullptr};
+    std::fill_n(line_.data(), margin_, rows_.neutral);
+    std::fill_n(line_.data() + margin_ + n, margin_, rows_.neutral);
+    columns_.moveTo(y);
     for (std::size_t at = 0; at < n; at += part) {
       const std::size_t count = std::min(part, n - at);
-      if (y + down + 1 < in.height) fetchAhead(in.row(y + down + 1) + at, count * sizeof(S));
-      if (y + 1 < in.height) fetchAhead(out.row(y + 1) + at, count * sizeof(S));
-      columns.fill(at, count, line.data() + margin + at);
+      if (y + down_ + 1 < in_.height) fetchAhead(in_.row(y + down_ + 1) + at, count * sizeof(S));
+      if (y + 1 < in_.height) fetchAhead(out_.row(y + 1) + at, count * sizeof(S));
+      columns_.fill(at, count, line_.data() + margin_ + at);
       const bool last = at + count == n;
-      rows.across(joining, margin + at + count + (last ? margin : 0), last);
+      rows_.across(joining, margin_ + at + count + (last ? margin_ : 0), last);
     }
   }
-  return 1;
+
+ private:
+  const ExtremumRows<S>& rows_;
+  const View<const S> in_;
+  const View<S> out_;
+  const View<const std::uint8_t> mask_;
+  const int down_;
+  const std::size_t side_;
+  const std::size_t step_;
+  const std::size_t margin_;
+  Columns columns_;
+  std::vector<typename RankKey<S>::Type> line_;
+};
+
+template <class Extrema>
+void pickAll(Extrema extrema, int height) {
+  for (int y = 0; y < height; ++y) extrema.pick(y);
 }
 
-template <class S>
-int pickSquare(const ExtremumRows<S>& rows, View<const S> in, View<S> out, int size, View<const std::uint8_t> mask) {
+// f.template operator()<Columns>(down, across) with what suits the size; 1 without pixels. A window that reaches from
+// the first to the last row or column grows no further.
+template <class S, class F>
+int bySize(View<const S> in, int size, F f) {
   if (in.height == 0) return 1;
-  // A window that reaches from the first to the last row or column grows no further.
-  const int down = std::min(size, in.height - 1);
-  const int across = std::min(size, in.width - 1);
-  if (down == 1) return pickAcross(rows, ThreeRows<S>(rows, in, out), in, out, down, across, mask);
-  return pickAcross(rows, ColumnExtrema<S>(rows, in, down), in, out, down, across, mask);
+  const int down = std::min(size, in.height - 1), across = std::min(size, in.width - 1);
+  if (down == 1)
+    f.template operator()<ThreeRows<S>>(down, across);
+  else
+    f.template operator()<ColumnExtrema<S>>(down, across);
+  return 1;
 }
 
 int pickOnce(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum extremum) {
@@ -199,11 +229,13 @@ int pickOnce(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum ext
   if (!operands) return 0;
   if (size == 0) return operands.copySamples(), 1;
   return bySample(operands.source(), dst, [&]<class S>(View<const S> in, View<S> out) {
-    return pickSquare(extremumRows<S>(extremum), in, out, size, operands.mask());
+    return bySize(in, size, [&]<class Columns>(int down, int across) {
+      pickAll(SquareExtrema<S, Columns>(extremumRows<S>(extremum), in, out, down, across, operands.mask()), in.height);
+    });
   });
 }
 
-// One extremum into dst and the other one there in place.
+// One extremum into dst and the other one there, in place.
 int pickTwice(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum first, Extremum second) {
   const CPxImage* const source = self.GetImage();
   int channels;
@@ -213,9 +245,26 @@ int pickTwice(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum fi
   Operands operands(self, dst, {1, 4});
   if (size == 0) return operands.copySamples(), 1;
   return bySample(*source, dst, [&]<class S>(View<const S> in, View<S> out) {
-    pickSquare(extremumRows<S>(first), in, out, size, {});
-    return pickSquare(extremumRows<S>(second), {out.first, out.width, out.height, out.channels, out.stride}, out, size,
-                      {});
+    return bySize(in, size, [&]<class Columns>(int down, int across) {
+      const View<const S> between{out.first, out.width, out.height, out.channels, out.stride};
+      const auto begin = [&] { return SquareExtrema<S, Columns>(extremumRows<S>(first), in, out, down, across, {}); };
+      const auto end = [&] {
+        return SquareExtrema<S, Columns>(extremumRows<S>(second), between, out, down, across, {});
+      };
+      // The second goes on as soon as it has the rows it needs, while they are in the cache, unless so many rows are
+      // kept for both that it shows in the memory used.
+      constexpr std::int64_t little = 1 << 20;
+      if ((2 * std::int64_t{down} + 2) * in.stride <= little) {
+        auto one = begin(), other = end();
+        for (std::int64_t y = 0; y < std::int64_t{in.height} + down; ++y) {
+          if (y < in.height) one.pick(static_cast<int>(y));
+          if (y >= down) other.pick(static_cast<int>(y - down));
+        }
+      } else {
+        pickAll(begin(), in.height);
+        pickAll(end(), in.height);
+      }
+    });
   });
 }
 
