@@ -87,7 +87,7 @@ Draw drawn(Random& random, const Operation& operation, CPxImage source) {
         break;
       }
       case Kind::point:
-        draw.arguments[parameter.name] = CPoint(drawnEdge(random, source.width), drawnEdge(random, source.height));
+        draw.arguments[parameter.name] = CPoint{drawnEdge(random, source.width), drawnEdge(random, source.height)};
         break;
       case Kind::kernel: draw.arguments[parameter.name] = drawnKernel(random); break;
       case Kind::text: break;
