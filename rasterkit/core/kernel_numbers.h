@@ -66,6 +66,19 @@ constexpr T limited(T value, T low, T high) {
   return value;
 }
 
+// Processors differ in which NaN they give for an operation; here it is the first operand's, else the second's, else
+// the one that x86 gives for infinity times 0, each made quiet.
+[[maybe_unused]] inline float settledNaN(float result, float first, float second) {
+  uint32_t a, b, bits;
+  __builtin_memcpy(&a, &first, sizeof a);
+  __builtin_memcpy(&b, &second, sizeof b);
+  __builtin_memcpy(&bits, &result, sizeof bits);
+  const uint32_t nan = (first != first ? a : second != second ? b : 0xFFC00000u) | 0x00400000u;
+  bits = result != result ? nan : bits;
+  __builtin_memcpy(&result, &bits, sizeof result);
+  return result;
+}
+
 // Ranks: < for integers, totalOrder for floats, so that NaN and -0 have one place each.
 template <class S>
 constexpr bool ranksBelow(S a, S b) {

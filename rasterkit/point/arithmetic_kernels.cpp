@@ -123,7 +123,8 @@ void divide(S* row, const S* other, size_t n) {
 
 template <>
 void divide(float* row, const float* other, size_t n) {
-  for (size_t i = 0; i < n; ++i) row[i] = float(double(row[i]) * (double(other[i]) * 0.00392156862745098));
+  for (size_t i = 0; i < n; ++i)
+    row[i] = settledNaN(float(double(row[i]) * (double(other[i]) * 0.00392156862745098)), row[i], other[i]);
 }
 
 #if defined(__AVX512F__)

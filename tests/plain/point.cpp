@@ -159,7 +159,10 @@ int combine(Call& c, bool reals, const std::function<double(double, double)>& f)
 int divide(Call& c) {
   const bool reals = c.source().bitsPerSample > 16;
   return combine(c, true, [&](double s, double o) {
-    return reals ? single(s * (o * 0.00392156862745098)) : static_cast<int>(s) / (static_cast<int>(o) + 1);
+    if (!reals) return static_cast<double>(static_cast<int>(s) / (static_cast<int>(o) + 1));
+    const double product = s * (o * 0.00392156862745098);
+    if (std::isnan(product)) return std::isnan(s) ? s : std::isnan(o) ? o : std::copysign(NAN, -1.0);
+    return static_cast<double>(single(product));
   });
 }
 int unite(Call& c) {
