@@ -69,6 +69,7 @@ const std::set<std::string> kNoOperations = {
     "CPxGammaProcessing::SetCoefficient",
     "CPxPointProcessing::GetLookupTableCount",
     "CPxFilter::SetFill",
+    "CPxHoughTransform::Direct",
     "CPxHoughTransform::Inverse",
     // Exchange with the desktop, which is no matter of pixels alone.
     "CPxDIBConvert::ConvertFrom",
