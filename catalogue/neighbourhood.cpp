@@ -16,58 +16,55 @@ Parameter border() {
           "outward");
 }
 
-Parameter weights(const char* help) { return kernel("kernel").help(help); }
-
 int halfKernel(const Call& c) { return std::max(c.kernel().width, c.kernel().height) / 2; }
 
 CPxConvolution::CONVOLUTION_FLAG flagOf(const Call& c) {
   return static_cast<CPxConvolution::CONVOLUTION_FLAG>(c.integer("border"));
 }
 
-using WholeMethod = int (CPxConvolution::*)(int*, CSize, CPxImage&, int, int, CPxConvolution::CONVOLUTION_FLAG);
-using RealMethod = int (CPxConvolution::*)(float*, CSize, CPxImage&, float, float, CPxConvolution::CONVOLUTION_FLAG);
+template <class Number>
+using Method = int (CPxConvolution::*)(Number*, CSize, CPxImage&, Number, Number, CPxConvolution::CONVOLUTION_FLAG);
 
-Operation wholeConvolution(std::string name, std::string method, std::string summary, std::string formula,
-                           std::string example, WholeMethod run) {
+// The parameters of the forms with whole and with single-precision numbers, and their values.
+template <class Number>
+struct Numbers;
+template <>
+struct Numbers<int> {
+  static constexpr const char* weights = "whole weights, row by row; what follows a decimal point is cut off";
+  static Parameter divisor() {
+    return integer("divisor", 1).usually(1, 64).help("what the sum is divided by; 0 is refused");
+  }
+  static Parameter offset() { return integer("offset", 0); }
+  static std::vector<int> of(const Kernel& kernel) { return kernel.whole(); }
+  static int of(const Call& c, const char* name) { return c.integer(name); }
+};
+template <>
+struct Numbers<float> {
+  static constexpr const char* weights = "the weights, row by row, in single precision";
+  static Parameter divisor() { return real("divisor", 1).usually(0.5, 16).help("what the sum is divided by"); }
+  static Parameter offset() { return real("offset", 0); }
+  static std::vector<float> of(const Kernel& kernel) { return kernel.single(); }
+  static float of(const Call& c, const char* name) { return c.single(name); }
+};
+
+template <class Number>
+Operation convolution(std::string name, std::string method, std::string summary, std::string formula,
+                      std::string example, Method<Number> run) {
+  using With = Numbers<Number>;
   return {
       .name = std::move(name),
       .method = "CPxConvolution::" + method,
       .summary = std::move(summary),
       .accepts = {.mask = MaskUse::honoured},
-      .parameters = {weights("whole weights, row by row; what follows a decimal point is cut off"),
-                     integer("divisor", 1).usually(1, 64).help("what the sum is divided by; 0 is refused"),
-                     integer("offset", 0).usually(-128, 128).unit("sample values").help("is added to the quotient"),
+      .parameters = {kernel("kernel").help(With::weights), With::divisor(),
+                     With::offset().usually(-128, 128).unit("sample values").help("is added to the quotient"),
                      border()},
       .run =
           [run](Call& c) {
-            auto weights = c.kernel().whole();
+            auto weights = With::of(c.kernel());
             auto convolution = c.on<CPxConvolution>();
             return (convolution.*run)(weights.data(), CSize(c.kernel().width, c.kernel().height), c.dst(),
-                                      c.integer("divisor"), c.integer("offset"), flagOf(c));
-          },
-      .reach = Reach::by(halfKernel),
-      .formula = std::move(formula),
-      .example = std::move(example),
-  };
-}
-
-Operation realConvolution(std::string name, std::string method, std::string summary, std::string formula,
-                          std::string example, RealMethod run) {
-  return {
-      .name = std::move(name),
-      .method = "CPxConvolution::" + method,
-      .summary = std::move(summary),
-      .accepts = {.mask = MaskUse::honoured},
-      .parameters = {weights("the weights, row by row, in single precision"),
-                     real("divisor", 1).usually(0.5, 16).help("what the sum is divided by"),
-                     real("offset", 0).usually(-128, 128).unit("sample values").help("is added to the quotient"),
-                     border()},
-      .run =
-          [run](Call& c) {
-            auto weights = c.kernel().single();
-            auto convolution = c.on<CPxConvolution>();
-            return (convolution.*run)(weights.data(), CSize(c.kernel().width, c.kernel().height), c.dst(),
-                                      c.single("divisor"), c.single("offset"), flagOf(c));
+                                      With::of(c, "divisor"), With::of(c, "offset"), flagOf(c));
           },
       .reach = Reach::by(halfKernel),
       .formula = std::move(formula),
@@ -87,21 +84,22 @@ constexpr const char* kSum = "sum of weight[i, j] src[x - cx / 2 + i, y - cy / 2
 std::vector<Operation> neighbourhoodOperations() {
   const std::string sum = kSum;
   return {
-      wholeConvolution("convolve", "Convolve", "a weighted sum over a rectangle of neighbours, in whole numbers",
+      convolution<int>("convolve", "Convolve", "a weighted sum over a rectangle of neighbours, in whole numbers",
                        "dst = limit(s / divisor + offset, 0, 255 or 65535), s = " + sum,
                        "convolve kernel=3x3:1,2,1,2,4,2,1,2,1 divisor=16", &CPxConvolution::Convolve),
-      realConvolution("convolve-real", "Convolve", "a weighted sum over a rectangle of neighbours, in double precision",
-                      "dst = limit(s / divisor + offset, 0, 255 or 65535), truncated; s = " + sum,
-                      "convolve-real kernel=3x1:0.25,0.5,0.25", &CPxConvolution::Convolve),
-      wholeConvolution(
+      convolution<float>("convolve-real", "Convolve",
+                         "a weighted sum over a rectangle of neighbours, in double precision",
+                         "dst = limit(s / divisor + offset, 0, 255 or 65535), truncated; s = " + sum,
+                         "convolve-real kernel=3x1:0.25,0.5,0.25", &CPxConvolution::Convolve),
+      convolution<int>(
           "convolve-abs", "ConvolveABS", "the size of a weighted sum, in whole numbers",
           "q = s / divisor; dst = limit(q + offset < 0 ? offset - q : q + offset, 0, 255 or 65535), s = " + sum,
           "convolve-abs kernel=3x1:-1,0,1", &CPxConvolution::ConvolveABS),
-      realConvolution("convolve-abs-real", "ConvolveABS", "the size of a weighted sum, in double precision",
-                      "q = s / divisor; dst = limit(q + offset < 0 ? offset - q : q + offset, 0, 255 or 65535), "
-                      "truncated; s = " +
-                          sum,
-                      "convolve-abs-real kernel=3x1:-0.5,0,0.5", &CPxConvolution::ConvolveABS),
+      convolution<float>("convolve-abs-real", "ConvolveABS", "the size of a weighted sum, in double precision",
+                         "q = s / divisor; dst = limit(q + offset < 0 ? offset - q : q + offset, 0, 255 or 65535), "
+                         "truncated; s = " +
+                             sum,
+                         "convolve-abs-real kernel=3x1:-0.5,0,0.5", &CPxConvolution::ConvolveABS),
       {
           .name = "prewitt",
           .method = "CPxEdgeDetection::Prewitt",

@@ -188,7 +188,7 @@ struct Factors {
 };
 
 std::optional<Factors> factors(const WholeKernel& kernel, int channels) {
-  const auto [cx, cy] = kernel.size;
+  const int cx = kernel.size.cx, cy = kernel.size.cy;
   if (cx < 3 || cy < 3 || cx > static_cast<int>(kMostAcross) || (cx - 1) * channels > static_cast<int>(kMostReach))
     return {};
   const auto weight = [&](int i, int j) { return kernel.weights[std::ptrdiff_t{j} * cx + i]; };
