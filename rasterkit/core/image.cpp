@@ -212,6 +212,22 @@ void Storage::takeShape(CPxImage& image, const CPxImage& source) {
   }
 }
 
+void Storage::keepPart(CPxImage& image, int left, int top, int width, int height) {
+  const std::ptrdiff_t pixel = std::ptrdiff_t{image.channels} * sampleBytes(image.bitsPerSample);
+  const std::ptrdiff_t from = image.bytesPerLine, to = (pixel * width + 3) / 4 * 4;
+  unsigned char* const block = image.block_.get();
+  // Rows only move toward the start of the block, so none is overwritten before it is moved.
+  for (std::ptrdiff_t y = 0; y < height; ++y)
+    std::memmove(block + to * y, block + from * (top + y) + pixel * left, static_cast<std::size_t>(pixel * width));
+  image.width = width;
+  image.height = height;
+  image.bytesPerLine = static_cast<int>(to);
+  image.bufferSize = static_cast<int>(to * height);
+  for (std::ptrdiff_t y = 0; y < height; ++y) image.rows_.get()[y] = to > 0 ? block + to * y : nullptr;
+  std::fill_n(image.channelBits, image.channels, image.bitsPerSample);
+  fillPadding(image, 0);
+}
+
 bool Storage::holdsItsPixels(const CPxImage& image) {
   return image.rows_ && image.channelBits == image.ownChannelBits_ && image.channels >= 0 && image.channels <= 4 &&
          image.width >= 0 && image.height >= 0 && image.height <= image.rowCount_ && image.bytesPerLine >= 0 &&

@@ -21,6 +21,12 @@ struct Storage {
   /// padding are whatever they are. image may be source.
   static void takeShape(CPxImage& image, const CPxImage& source);
 
+  /// Makes an image, which must hold its pixels, the part of itself from (left, top) on, within the block that it has:
+  /// memory is neither taken nor given back. Channel bits are as in a new image, padding is 0.
+  static void keepPart(CPxImage& image, int left, int top, int width, int height);
+  /// The bytes of the block.
+  static int blockSize(const CPxImage& image) { return image.blockSize_; }
+
   /// Whether the image is created, has at most 4 channels, and its rows lie aligned within the block it owns. The
   /// members are public, so a caller may have written anything into them; operations treat an image that fails this as
   /// not created.

@@ -72,6 +72,13 @@ int CPxMiscProcessing::Crop(CRect rect) {
   const auto region = inclusiveRegion(rect, *image);
   if (!region) return 0;
 
+  // Most of an image stays in its block: fresh memory costs more than the copy. A small part of it must not hold the
+  // whole block.
+  const auto bytes = std::int64_t{region->width} * region->height * pixelBytes(*image);
+  if (region->width > 0 && region->height > 0 && 2 * bytes > Storage::blockSize(*image)) {
+    Storage::keepPart(*image, region->left, region->top, region->width, region->height);
+    return 1;
+  }
   CPxImage part;
   Storage::create(part, image->colorModel, image->bitsPerSample, region->width, region->height, 0,
                   Storage::Samples::any);
