@@ -71,6 +71,22 @@ void checkComplete(const Step& step) {
 
 std::size_t bytesOf(const CPxImage& image) { return static_cast<std::size_t>(std::max(image.bufferSize, 0)); }
 
+// Whether the operation may turn an image of one type into one of another.
+bool mayConvert(const Operation& operation) {
+  const Where where = operation.result.where;
+  return where != Where::data && where != Where::inPlace && where != Where::intoDestination && !operation.readsSeries &&
+         std::ranges::none_of(operation.parameters, &Parameter::required);
+}
+
+// Empty where the operation does not process the image, or changes its size.
+CPxImage convertedBy(const Operation& operation, const CPxImage& image) {
+  if (!operation.refusal(image).empty()) return {};
+  CPxImage source = image;
+  CPxImage converted;
+  Call call(operation, source, converted);
+  return call.succeeded(call.run()) && PXCOMPARE_SIZE(&image, &converted) ? converted : CPxImage();
+}
+
 }  // namespace
 
 Recipe parseRecipe(std::span<const std::string> words) {
@@ -150,18 +166,12 @@ bool readsSeries(const Recipe& recipe) {
 }
 
 const Operation* conversion(const CPxImage& image, const Operation& to) {
+  // A small image of the type shows what becomes of it.
+  const CPxImage sample(image.colorModel, image.bitsPerSample, 4, 4, image.palette.GetPaletteNum());
   for (const Operation& from : operations()) {
-    const Where where = from.result.where;
-    if (&from == &to || where == Where::data || where == Where::inPlace || from.readsSeries ||
-        std::ranges::any_of(from.parameters, &Parameter::required) || !from.refusal(image).empty())
-      continue;
-    // A small image of the type shows what becomes of it.
-    CPxImage sample(image.colorModel, image.bitsPerSample, 4, 4, image.palette.GetPaletteNum());
-    CPxImage converted;
-    Call call(from, sample, converted);
-    if (call.succeeded(call.run()) && converted.IsCreated() && converted.width == 4 && converted.height == 4 &&
-        to.refusal(converted).empty())
-      return &from;
+    if (!mayConvert(from)) continue;
+    const CPxImage converted = convertedBy(from, sample);
+    if (converted.IsCreated() && to.refusal(converted).empty()) return &from;
   }
   return nullptr;
 }
@@ -192,8 +202,8 @@ void RecipeRunner::take(std::size_t index, CPxImage& image, std::vector<CPxImage
   const std::string subject = index ? name + " after " + recipe_[index - 1].operation->name : name;
   if (const std::string reason = operation.refusal(image, subject); !reason.empty()) {
     const Operation* const before = conversion(image, operation);
-    throw StepError(operation,
-                    operation.name + " " + reason + (before ? "; put " + quoted(before->name) + " before it" : ""));
+    throw StepError(operation, operation.name + (reason.starts_with("needs") ? " " : ": ") + reason +
+                                   (before ? "; put " + quoted(before->name) + " before it" : ""));
   }
 
   const auto start = std::chrono::steady_clock::now();

@@ -38,6 +38,9 @@ int hist(const AnalysisOptions& options);
 /// Straight lines of a grey image.
 int lines(const AnalysisOptions& options);
 
+/// A page with every operation on each image, in the folder.
+int gallery(const std::vector<std::string>& inputs, const std::string& folder, bool quiet);
+
 /// The shell's completion file: bash, zsh or fish.
 int completion(const std::string& shell);
 /// The manual page.

@@ -28,6 +28,10 @@ constexpr Command kCommands[] = {
     {"help", "OPERATION", "explain an operation", ""},
     {"info", "IN...", "show what images are", "--json"},
     {"compare", "A B", "show how two images differ", "--output --json"},
+    {"hist", "IN [NAME=VALUE...]", "show the histogram of an image, its peaks and valleys", "--json --plot"},
+    {"lines", "IN [NAME=VALUE...]", "find straight lines in a grey image", "--json --overlay"},
+    {"shade", "IN blank=FILE -o OUT", "correct uneven illumination with a picture of an empty field", "--output"},
+    {"gallery", "IN... -o FOLDER", "make a page with every operation on images", "--output --quiet"},
     {"completion", "SHELL", "print the completion file for bash, zsh or fish", ""},
     {"manual", "", "print the manual page", ""},
 };

@@ -59,8 +59,9 @@ std::string toJson(const Parameter& parameter) {
 }
 
 std::string toJson(const Operation& operation) {
-  std::string out = "{\"name\": " + jsonText(operation.name) + ", \"method\": " + jsonText(operation.method) +
-                    ", \"summary\": " + jsonText(operation.summary) + ", \"channels\": [";
+  std::string out = "{\"name\": " + jsonText(operation.name) + ", \"family\": " + jsonText(operation.family) +
+                    ", \"method\": " + jsonText(operation.method) + ", \"summary\": " + jsonText(operation.summary) +
+                    ", \"channels\": [";
   for (std::size_t i = 0; i < operation.accepts.channels.size(); ++i)
     out += (i ? ", " : "") + std::to_string(operation.accepts.channels[i]);
   out += "], \"samples\": [";
@@ -169,8 +170,12 @@ int list(bool json) {
   }
   std::size_t width = 0;
   for (const Operation& operation : table) width = std::max(width, operation.name.size());
-  for (const Operation& operation : table)
-    print(operation.name + std::string(width - operation.name.size() + 2, ' ') + operation.summary + "\n");
+  const std::string* family = nullptr;
+  for (const Operation& operation : table) {
+    if (!family || *family != operation.family) print((family ? "\n" : "") + operation.family + "\n");
+    family = &operation.family;
+    print("  " + operation.name + std::string(width - operation.name.size() + 2, ' ') + operation.summary + "\n");
+  }
   return ExitCode::success;
 }
 

@@ -40,7 +40,7 @@ using Bytes = std::vector<unsigned char>;
 
 struct WriteOptions {
   int quality = 92;     ///< JPEG: 1 to 100
-  int compression = 4;  ///< PNG and TIFF: 0, none, to 9, smallest
+  int compression = 3;  ///< PNG and TIFF: 0, none, to 9, smallest
 };
 
 /// name is what messages call the file.

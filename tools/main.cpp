@@ -1,5 +1,7 @@
 #include <CLI/CLI.hpp>
 
+#include <rasterkit/platform/desktop.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <new>
@@ -92,6 +94,12 @@ int perform(int argc, char** argv) {
   shades->add_option("words", options.words, "an image, and blank=FILE")->required()->type_name("IN blank=FILE");
   shades->add_option("-o,--output", options.output, "where the result goes")->required()->type_name("FILE");
 
+  std::string folder;
+  CLI::App* const galleries = app.add_subcommand("gallery", "Make a page with every operation on images");
+  galleries->add_option("images", inputs, "files, patterns or folders")->required();
+  galleries->add_option("-o,--output", folder, "the folder for the page")->required()->type_name("FOLDER");
+  galleries->add_flag("-q,--quiet", options.quiet, "show errors only");
+
   std::string shell;
   CLI::App* const completes = app.add_subcommand("completion", "Print the completion file of a shell");
   completes->add_option("shell", shell, "bash, zsh or fish")->required();
@@ -117,6 +125,7 @@ int perform(int argc, char** argv) {
     options.words.insert(options.words.begin() + 1, "shade");
     return run(options);
   }
+  if (galleries->parsed()) return gallery(inputs, folder, options.quiet);
   if (completes->parsed()) return completion(shell);
   if (manuals->parsed()) return manual();
   if (helps->parsed() && !topic.empty()) return help(topic);
@@ -129,6 +138,8 @@ int perform(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   using namespace rasterkit;
+  // What the library has to say is one line too.
+  setMessageHandler([](void*, const char* text, const char*, unsigned) { return tools::complain(text), 1; });
   try {
     return tools::perform(argc, argv);
   } catch (const tools::Failure& failure) {

@@ -273,10 +273,9 @@ catalogue::NamedImages imagesOf(const catalogue::Recipe& recipe) {
   return images;
 }
 
-bool onlyReports(const catalogue::Recipe& recipe) {
-  return !recipe.empty() && std::ranges::all_of(recipe, [](const catalogue::Step& step) {
-    return step.operation->result.where == catalogue::Where::data;
-  });
+// A recipe that ends with a report needs no place for an image.
+bool endsInReport(const catalogue::Recipe& recipe) {
+  return !recipe.empty() && recipe.back().operation->result.where == catalogue::Where::data;
 }
 
 std::vector<Job> jobsOf(const RunOptions& options, const std::vector<std::filesystem::path>& inputs,
@@ -287,7 +286,7 @@ std::vector<Job> jobsOf(const RunOptions& options, const std::vector<std::filesy
   else
     for (const auto& input : inputs) jobs.push_back({{input}, {}});
   if (options.output.empty()) {
-    if (onlyReports(recipe)) return jobs;
+    if (endsInReport(recipe)) return jobs;
     throw Failure(ExitCode::usage, "where should the result go? Add -o FILE");
   }
 

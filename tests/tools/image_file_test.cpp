@@ -66,7 +66,8 @@ TEST(ImageFile, givesBackEverySampleOfTheTypesItsFormatHolds) {
   for (const Holding& holding : kHoldings)
     for (const auto& [model, bits] : holding.types)
       for (const auto& [width, height] : {std::pair(1, 1), {3, 2}, {17, 5}, {64, 33}}) {
-        const CPxImage image = plain(randomImage(random, {model, bits}, width, height));
+        CPxImage image = plain(randomImage(random, {model, bits}, width, height));
+        if (model == CM_RGBA) setSample(image, 0, 0, 3, 1);  // a bitmap of which nothing is seen has no alpha
         SCOPED_TRACE(std::string(formatName(holding.format)) + " " + nameOf({model, bits}) + " " +
                      std::to_string(width));
         const ImageFile file = decode(encoded(image, holding.format), "picture");
@@ -88,8 +89,10 @@ TEST(ImageFile, refusesTypesThatItsFormatDoesNotHold) {
         EXPECT_EQ(codeOf([&] { encoded(image, holding.format); }), ExitCode::unwritable)
             << formatName(holding.format) << " " << model << " " << bits;
       }
-  for (const auto& [model, bits] : {std::pair(CM_GRAYA, 8), {CM_RGBA, 8}, {CM_RGB, 16}, {CM_GRAY, 32}, {CM_INDEX, 8}})
-    EXPECT_EQ(codeOf([&] { encoded(CPxImage(model, bits, 4, 4, 4), Format::jpeg); }), ExitCode::unwritable);
+  for (const auto& [model, bits] : {std::pair(CM_GRAYA, 8), {CM_RGBA, 8}, {CM_RGB, 16}, {CM_GRAY, 32}, {CM_INDEX, 8}}) {
+    const CPxImage image(model, bits, 4, 4, 4);
+    EXPECT_EQ(codeOf([&] { encoded(image, Format::jpeg); }), ExitCode::unwritable);
+  }
 }
 
 TEST(ImageFile, keepsJpegCloseToTheImage) {
@@ -121,7 +124,8 @@ TEST(ImageFile, keepsPalettes) {
         for (int x = 0; x < 19; ++x) setSample(image, x, y, 0, random.between(0, colours - 1));
       const CPxImage back = decoded(encoded(image, format));
       SCOPED_TRACE(std::string(formatName(format)) + " " + std::to_string(bits));
-      ASSERT_EQ(back.palette.GetPaletteNum(), colours);
+      // Bitmaps always have 256 entries.
+      ASSERT_EQ(back.palette.GetPaletteNum(), format == Format::bmp ? 256 : colours);
       for (int i = 0; i < colours; ++i)
         EXPECT_EQ(std::memcmp(back.palette.GetPaletteItem(i), image.palette.GetPaletteItem(i), 4), 0) << i;
       EXPECT_EQ(back.colorModel, CM_INDEX);
@@ -166,6 +170,21 @@ TEST(ImageFile, makesNoFileOfAnImageWithoutPixels) {
     EXPECT_EQ(codeOf([&] { encoded(CPxImage(CM_GRAY, 8, 0, 3), format); }), ExitCode::unwritable);
     EXPECT_EQ(codeOf([&] { encoded(CPxImage(), format); }), ExitCode::unwritable);
   }
+}
+
+TEST(ImageFile, givesBackGreyOfFewLevels) {
+  // Two, four and sixteen levels are stored in fewer bits, anything between them is not.
+  for (const auto& samples : {std::vector<double>{0, 255, 255},
+                              {255, 255},
+                              {0, 85, 170, 255},
+                              {0, 17, 34, 238, 255, 51},
+                              {0, 254, 255},
+                              {0, 84, 170},
+                              {0, 16, 34},
+                              {1, 2}})
+    EXPECT_PICTURE(decoded(encoded(gray8({samples, samples}), Format::png)), gray8({samples, samples}));
+  const CPxImage blackAndWhite(CM_GRAY, 8, 64, 64);
+  EXPECT_EQ(encoded(blackAndWhite, Format::png).at(24), 1) << "bits";
 }
 
 // Kinds that are read but not written ---------------------------------------------------------------------------------
@@ -246,6 +265,41 @@ TEST(ImageFile, readsTiffsOfAllLayouts) {
   EXPECT_EQ(sampleAt(tiled, 15, 1), 31);
   EXPECT_EQ(sampleAt(tiled, 16, 0), 0);
   EXPECT_EQ(sampleAt(tiled, 17, 1), 17);
+}
+
+// The two headers that stand before the pixels, 32-bit words after the magic.
+Bytes handmadeBmp(std::uint32_t start, int width, int height, int bits, int compression, const Bytes& rest) {
+  Bytes out(54);
+  patch(out, 0, {'B', 'M'});
+  patch(out, 10, {static_cast<int>(start)});
+  patch(out, 14,
+        {40, 0, 0, 0, width, 0, 0, 0, height & 255, height < 0 ? 255 : 0, height < 0 ? 255 : 0, height < 0 ? 255 : 0, 1,
+         0, bits, 0, compression});
+  out.insert(out.end(), rest.begin(), rest.end());
+  return out;
+}
+
+TEST(ImageFile, readsBitmapsOfAllKinds) {
+  EXPECT_PICTURE(decoded(handmadeBmp(54, 1, 2, 24, 0, {1, 2, 3, 0, 4, 5, 6, 0})), rgb8({{4, 5, 6}, {1, 2, 3}}));
+  EXPECT_PICTURE(decoded(handmadeBmp(54, 1, -2, 24, 0, {1, 2, 3, 0, 4, 5, 6, 0})), rgb8({{1, 2, 3}, {4, 5, 6}}));
+  EXPECT_PICTURE(decoded(handmadeBmp(58, 1, 1, 24, 0, {9, 9, 9, 9, 1, 2, 3, 0})), rgb8({{1, 2, 3}})) << "a gap";
+  EXPECT_PICTURE(decoded(handmadeBmp(54, 2, 1, 16, 0, {0x1f, 0x7c, 0xe0, 0x03})), rgb8({{255, 0, 255, 0, 255, 0}}));
+  EXPECT_PICTURE(decoded(handmadeBmp(66, 1, 1, 16, 3, {0, 0xf8, 0, 0, 0xe0, 7, 0, 0, 0x1f, 0, 0, 0, 0xe0, 7, 0, 0})),
+                 rgb8({{0, 255, 0}}));
+  EXPECT_PICTURE(decoded(handmadeBmp(54, 1, 1, 32, 0, {1, 2, 3, 0})), rgb8({{1, 2, 3}})) << "nothing to be seen";
+  EXPECT_PICTURE(decoded(handmadeBmp(54, 1, 1, 32, 0, {1, 2, 3, 4})), picture(CM_RGBA, 8, {{1, 2, 3, 4}}));
+
+  // The oldest header, of 12 bytes, with colours of 3.
+  Bytes core(26);
+  patch(core, 0, {'B', 'M'});
+  patch(core, 10, {32, 0, 0, 0, 12, 0, 0, 0, 8, 0, 1, 0, 1, 0, 1, 0});
+  core.insert(core.end(), {1, 2, 3, 4, 5, 6, 0b01000000, 0, 0, 0});
+  const CPxImage image = decoded(core);
+  EXPECT_EQ(image.colorModel, CM_INDEX);
+  EXPECT_EQ(sampleAt(image, 1, 0), 1);
+  EXPECT_EQ(sampleAt(image, 2, 0), 0);
+  ASSERT_EQ(image.palette.GetPaletteNum(), 2);
+  EXPECT_EQ(image.palette.GetPaletteItem(1)->red, 6);
 }
 
 TEST(ImageFile, saysWhatItDoesNotRead) {
@@ -354,7 +408,8 @@ TEST(BrokenFile, thatDeclaresTooManyPixelsIsRefusedWithoutTheMemory) {
   EXPECT_EQ(codeOfDecoding(bmp), ExitCode::damaged);
   Bytes jpeg = encoded(CPxImage(CM_RGB, 8, 4, 4), Format::jpeg);
   const unsigned char frame[] = {0xff, 0xc0};
-  const auto at = static_cast<std::size_t>(std::ranges::search(jpeg, frame).begin() - jpeg.begin());
+  const auto at = static_cast<std::size_t>(std::search(jpeg.begin(), jpeg.end(), std::begin(frame), std::end(frame)) -
+                                           jpeg.begin());
   patch(jpeg, at + 5, {0xff, 0xdc, 0xff, 0xdc});
   EXPECT_EQ(codeOfDecoding(jpeg), ExitCode::damaged);
   for (const std::uint32_t size : {30000u, 65535u})

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "catalogue/catalogue.h"
 #include "tests/support/picture.h"
 
 namespace rasterkit::catalogue {
@@ -90,9 +91,20 @@ TEST(RecipeRunner, saysWhichStepRefusesWhichImage) {
     RecipeRunner(recipe, none).run(image, "photo.png");
     FAIL() << "a grey image has no second plane";
   } catch (const StepError& error) {
-    EXPECT_STREQ(error.what(), "plane needs 2, 3 or 4 channels, photo.png after plane has 1");
+    EXPECT_STREQ(error.what(), "plane needs 2, 3 or 4 channels, photo.png after plane has 1; put 'rgb' before it");
     EXPECT_EQ(error.operation().name, "plane");
   }
+}
+
+TEST(Conversion, makesAnImageAcceptable) {
+  const auto before = [](const CPxImage& image, const char* to) {
+    const Operation* const found = conversion(image, *find(to));
+    return found ? found->name : "";
+  };
+  EXPECT_EQ(before(CPxImage(CM_RGB, 8, 9, 9), "threshold"), "gray");
+  EXPECT_EQ(before(CPxImage(CM_CMYK, 8, 9, 9), "threshold"), "gray");
+  EXPECT_EQ(before(CPxImage(CM_INDEX, 4, 9, 9, 16), "plane"), "rgb");
+  EXPECT_EQ(before(CPxImage(CM_RGB, 33, 9, 9), "threshold"), "");
 }
 
 }  // namespace
