@@ -200,8 +200,10 @@ class Gallery {
     source_ = std::move(readImageFile(path).pages[0]);
     before_ = shown(source_);
     pictures_.clear();
+    saved_.clear();
     makePictures();
-    save(name_, before_);
+    std::filesystem::create_directory(folder_ / fileOf(kOriginal).parent_path());
+    save(kOriginal, before_);
     links_ += "<a href=\"#" + html(name_) + "\">" + html(name_) + "</a>\n";
     sections_ += "<section id=\"" + html(name_) + "\"><h2>" +
                  html(path.filename().string() + ": " + describe(source_)) + "</h2><div class=\"grid\">\n";
@@ -225,11 +227,17 @@ class Gallery {
   }
 
  private:
-  std::filesystem::path fileOf(const std::string& name) const {
-    return std::filesystem::path("images") / (name + ".png");
+  // A picture of the current image: its original, the result of an operation, or what stands beside it in a recipe.
+  // Each image has a folder of its own: one may be called as another one's result.
+  static constexpr const char* kOriginal = "original";
+
+  std::filesystem::path fileOf(const std::string& picture) const {
+    return std::filesystem::path("images") / name_ / (picture + ".png");
   }
 
-  void save(const std::string& name, const CPxImage& picture) { writeImageFile(folder_ / fileOf(name), {&picture, 1}); }
+  void save(const std::string& picture, const CPxImage& image) {
+    writeImageFile(folder_ / fileOf(picture), {&image, 1});
+  }
 
   // What examples name as other images, made from the picture itself.
   void makePictures() {
@@ -350,15 +358,14 @@ class Gallery {
     // The recipe to copy runs from the page's folder.
     for (Step& step : recipe)
       for (auto& [parameter, image] : step.images) {
-        const std::string file = name_ + "-" + image;
-        if (saved_.insert(file).second) save(file, pictures_.at(image));
-        image = fileOf(file).generic_string();
+        const std::string beside = "with-" + image;
+        if (saved_.insert(beside).second) save(beside, pictures_.at(image));
+        image = fileOf(beside).generic_string();
       }
     const std::string words = format(recipe);
     const bool hasPicture = operation.result.where != Where::data;
     const CPxImage after = shown(result);
-    const std::string file = name_ + "-" + operation.name;
-    if (hasPicture) save(file, after);
+    if (hasPicture) save(operation.name, after);
 
     std::string& out = sections_;
     out += "<article data-text=\"" + html(lower(operation.name + " " + operation.summary + " " + operation.method)) +
@@ -369,14 +376,16 @@ class Gallery {
              " " + what + " " + html(operation.name) + "\">";
     };
     if (hasPicture && PXCOMPARE_SIZE(&before_, &after))
-      out += "<div class=\"compare\">" + picture(file, after, "after") + picture(name_, before_, "before") +
+      out += "<div class=\"compare\">" + picture(operation.name, after, "after") +
+             picture(kOriginal, before_, "before") +
              "<input type=\"range\" min=\"0\" max=\"100\" value=\"50\" aria-label=\"before and after " +
              html(operation.name) + "\"></div>\n";
     else if (hasPicture)
-      out += "<div class=\"pair\">" + picture(name_, before_, "before") + picture(file, after, "after") + "</div>\n";
+      out += "<div class=\"pair\">" + picture(kOriginal, before_, "before") + picture(operation.name, after, "after") +
+             "</div>\n";
     else if (const std::string overlay = overlayOf(report, before_); !overlay.empty())
-      out += "<div class=\"overlay\">" + picture(name_, before_, "under") + overlay + "</div>\n";
-    out += "<div class=\"recipe\"><code>rasterkit run " + html(fileOf(name_).generic_string()) +
+      out += "<div class=\"overlay\">" + picture(kOriginal, before_, "under") + overlay + "</div>\n";
+    out += "<div class=\"recipe\"><code>rasterkit run " + html(fileOf(kOriginal).generic_string()) +
            (hasPicture ? holds(Format::png, result) ? " -o out.png " : " -o out.tif " : " ") + html(words) +
            "</code><button type=\"button\">copy</button></div>\n";
     out += hasPicture ? plot(before_, after) + "\n" : plotOf(report);
