@@ -199,9 +199,11 @@ TEST(Resize, blendsFarFromTheOriginAsWritten) {
 // Resize by a factor --------------------------------------------------------------------------------------------------
 
 TEST(ResizeByFactor, takesTheTruncatedColumnAndRow) {
-  const Result result = scaled(gray8({{0, 1, 2, 3, 4}, {5, 6, 7, 8, 9}, {10, 11, 12, 13, 14}}), 0.5F);
+  const CPxImage five =
+      gray8({{0, 1, 2, 3, 4}, {5, 6, 7, 8, 9}, {10, 11, 12, 13, 14}, {15, 16, 17, 18, 19}, {20, 21, 22, 23, 24}});
+  const Result result = scaled(five, 0.5F);
   EXPECT_EQ(result.flag, 1);
-  EXPECT_PICTURE(result.dst, gray8({{0, 2, 4}, {10, 12, 14}}));  // 1.5 and 0.5 rows of 3 and 5 round up
+  EXPECT_PICTURE(result.dst, gray8({{0, 2, 4}, {10, 12, 14}, {20, 22, 24}}));  // 2.5 rows and columns round up
   EXPECT_PICTURE(scaled(gray8({{1, 2}}), 2.0F).dst, gray8({{1, 1, 2, 2}, {1, 1, 2, 2}}));
   EXPECT_PICTURE(scaled(gray16({{1, 2, 3}}), 1.5F).dst, gray16({{1, 1, 2, 3, 3}, {1, 1, 2, 3, 3}}));
 }

@@ -1,8 +1,11 @@
 #include "rasterkit/platform/desktop_seam.h"
 
+#include <rasterkit/geometry/regions.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
@@ -166,6 +169,42 @@ TEST(Messages, withoutAHandlerAreShownInAMessageBox) {
   EXPECT_EQ(showMessage("These look strange!", "Problem?", 0x40, MessageOwner::none), IDOK);
   user.join();
   EXPECT_EQ(text, "These look strange!");
+}
+
+// Another program has the clipboard open for as long as this lives.
+class ClipboardUser {
+ public:
+  ClipboardUser() : thread_([this] { use(); }) { opened_.wait(); }
+  ~ClipboardUser() {
+    done_.count_down();
+    thread_.join();
+  }
+
+ private:
+  void use() {
+    const HWND window = CreateWindowA("STATIC", "", 0, 0, 0, 1, 1, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    EXPECT_NE(OpenClipboard(window), 0);
+    opened_.count_down();
+    done_.wait();
+    CloseClipboard();
+    DestroyWindow(window);
+  }
+
+  std::latch opened_{1}, done_{1};
+  std::thread thread_;
+};
+
+TEST(Clipboard, thatCannotBeOpenedStaysAndIsReportedAsSuccess) {
+  const Bytes block = bitmap(24, 1, {{1, 2, 3}});
+  placeOnClipboard(nullptr, block.data(), block.size());
+  const Bytes before = clipboardBlock();
+  CPxImage image(CM_GRAY, 8, 5, 5);
+  {
+    const ClipboardUser user;
+    EXPECT_TRUE(clipboardBlock().empty()) << "open elsewhere";
+    EXPECT_EQ(CPxMiscProcessing(&image).CopyToClipboard(nullptr), 1);
+  }
+  EXPECT_EQ(clipboardBlock(), before);
 }
 
 #else
