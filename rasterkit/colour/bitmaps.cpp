@@ -36,8 +36,11 @@ int CPxColorProcessing::RGBtoBitmap(const CPxImage* source, CPxImage* dst, int t
   const Level<std::uint8_t> reached(threshold);
   const int channels = channelsOf(*source);
   return eachRow<std::uint8_t, std::uint8_t>(*source, *dst, [&](auto in, auto out, auto n) {
-    table.weigh8(in, channels, out, weights, n);
-    table.reach8(out, out, {1, 1, 1}, reached.level, reached.set, n);
+    std::array<std::uint8_t, kBlock> grey;
+    inBlocks(n, [&](std::size_t first, std::size_t count) {
+      table.weigh8(in + first * static_cast<std::size_t>(channels), channels, grey.data(), weights, count);
+      table.reach8(grey.data(), out + first, {1, 1, 1}, reached.level, reached.set, count);
+    });
   });
 }
 

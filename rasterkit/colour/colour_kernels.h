@@ -69,6 +69,6 @@ struct ColourKernels {
   void (*replaceReal)(float* pixels, const float* find, const float* write, size_t n);
 };
 
-RASTERKIT_KERNEL_TABLE(ColourKernels, colourKernels)
+RASTERKIT_PERMUTING_KERNEL_TABLE(ColourKernels, colourKernels)
 
 }  // namespace rasterkit

@@ -207,6 +207,28 @@ std::vector<const char*> names() {
 INSTANTIATE_TEST_SUITE_P(Colour, EveryConversion, testing::ValuesIn(names()),
                          [](const auto& info) { return std::string(info.param); });
 
+// Large images are written past the caches.
+TEST(WidthConversions, largeImagesAreTheirSlowTwins) {
+  Random random(6);
+  const auto compare = [&](int (*fast)(const CPxImage*, CPxImage*), int (*slow)(const CPxImage&, CPxImage&),
+                           PixelType from, PixelType to) {
+    const CPxImage source = randomImage(random, from, 3003, 1001);
+    CPxImage expected = randomImage(random, to, 3003, 1001);
+    ASSERT_GT(expected.bufferSize, 8 << 20) << "not large";
+    const CPxImage before = expected;
+    EXPECT_EQ(slow(source, expected), 1);
+    for (const char* const level : {"baseline", "v2", "v3", "v4", "best"}) {
+      if (!useLevel(level)) continue;
+      CPxImage dst = before;
+      EXPECT_EQ(fast(&source, &dst), 1);
+      EXPECT_TRUE(identical(dst, expected)) << level;
+    }
+  };
+  compare(Colour::RGBAtoRGB, plain::rgbaToRgb, {CM_RGBA, 8}, {CM_RGB, 8});
+  compare(Colour::RGBtoRGB16, plain::rgbToRgb16, {CM_RGB, 8}, {CM_RGB, 16});
+  compare(Colour::RGB16toRGB, plain::rgb16ToRgb, {CM_RGBA, 16}, {CM_RGB, 8});
+}
+
 // Random colours are hardly ever met, so the colour that is looked for is taken from the image.
 TEST(ReplaceColor, isItsSlowTwin) {
   Random random(5);

@@ -42,6 +42,6 @@ struct SpaceKernels {
   double (*arcCosine)(double);  // of -1 to 1
 };
 
-RASTERKIT_KERNEL_TABLE(SpaceKernels, spaceKernels)
+RASTERKIT_PERMUTING_KERNEL_TABLE(SpaceKernels, spaceKernels)
 
 }  // namespace rasterkit

@@ -1,6 +1,7 @@
 // All 2^24 colours through the colour spaces and back, against the formulas of one pixel.
 
 #include <rasterkit/colour/colour.h>
+#include <rasterkit/core/levels.h>
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 #include <cstring>
 
 #include "tests/plain/colour.h"
+#include "tests/support/picture.h"
 
 namespace rasterkit {
 namespace {
@@ -40,7 +42,7 @@ template <class There, class Back>
 int comeBack(COLOR_MODEL model, int (*convert)(const CPxImage*, CPxImage*), There there,
              int (*restore)(const CPxImage*, CPxImage*), Back back) {
   int exact = 0, wrong = 0;
-  CPxImage space(model, 32, 256, 256), restored(CM_RGB, 8, 256, 256);
+  CPxImage space(model, 32, 256, 256), restored(CM_RGB, 8, 256, 256), other = space, otherRestored = restored;
   const auto* values = static_cast<const float*>(space.GetBuffer());
   const auto* samples = static_cast<const std::uint8_t*>(restored.GetBuffer());
   for (int red = 0; red < 256; ++red) {
@@ -49,6 +51,15 @@ int comeBack(COLOR_MODEL model, int (*convert)(const CPxImage*, CPxImage*), Ther
     if (restore) {
       EXPECT_EQ(restore(&space, &restored), 1);
     }
+    // Every level gives the same bytes.
+    for (const char* const level : {"baseline", "v2", "v3", "v4"}) {
+      if (!useLevel(level)) continue;
+      convert(&sheet, &other);
+      if (restore) restore(&other, &otherRestored);
+      EXPECT_TRUE(test::identical(other, space)) << level;
+      EXPECT_TRUE(test::identical(otherRestored, restored)) << level;
+    }
+    useLevel("best");
     for (int i = 0; i < 65536; ++i) {
       const ColourTriple colour = colourAt(red, i);
       const SpaceTriple expected = there(colour);
@@ -92,16 +103,18 @@ TEST(AllColours, throughYCbCrAndBack) {
 TEST(AllColours, throughHsv) { comeBack(CM_HSV, Colour::RGBtoHSV, plain::hsvOf, nullptr, nothing); }
 
 TEST(AllColours, throughCmykAndBack) {
-  CPxImage cmyk(CM_CMYK, 8, 256, 256), restored(CM_RGB, 8, 256, 256);
+  CPxImage cmyk(CM_CMYK, 8, 256, 256), expected(CM_CMYK, 8, 256, 256), restored(CM_RGB, 8, 256, 256);
   for (int red = 0; red < 256; ++red) {
     const CPxImage sheet = sheetOf(red);
     ASSERT_EQ(Colour::RGBtoCMYK(&sheet, &cmyk), 1);
+    ASSERT_EQ(plain::rgbToCmyk(sheet, expected), 1);
+    ASSERT_EQ(std::memcmp(cmyk.GetBuffer(), expected.GetBuffer(), static_cast<std::size_t>(cmyk.bufferSize)), 0);
     ASSERT_EQ(Colour::CMYKtoRGB(&cmyk, &restored), 1);
     ASSERT_EQ(std::memcmp(restored.GetBuffer(), sheet.GetBuffer(), static_cast<std::size_t>(sheet.bufferSize)), 0);
   }
 }
 
-TEST(AllColours, toGrey) {
+TEST(AllColours, toGreyAndBlackAndWhite) {
   struct Weights {
     float red, green, blue;
   };
@@ -113,6 +126,10 @@ TEST(AllColours, toGrey) {
       const CPxImage sheet = sheetOf(red);
       ASSERT_EQ(Colour::RGBtoGray(&sheet, &gray, w.red, w.green, w.blue), 1);
       ASSERT_EQ(Colour::RGBtoGray16(&sheet, &gray16, w.red, w.green, w.blue), 1);
+      CPxImage bitmap(CM_BITMAP, 8, 256, 256), expected(CM_BITMAP, 8, 256, 256);
+      ASSERT_EQ(Colour::RGBtoBitmap(&sheet, &bitmap, red), 1);
+      ASSERT_EQ(plain::rgbToBitmap(sheet, expected, red), 1);
+      wrong += std::memcmp(bitmap.GetBuffer(), expected.GetBuffer(), 65536) != 0;
       const auto* bytes = static_cast<const std::uint8_t*>(gray.GetBuffer());
       const auto* words = static_cast<const std::uint16_t*>(gray16.GetBuffer());
       for (int i = 0; i < 65536; ++i) {

@@ -3,8 +3,11 @@
 #include <rasterkit/colour/colour.h>
 
 #include "rasterkit/colour/conversion.h"
+#include "rasterkit/core/copy_kernels.h"
+#include "rasterkit/core/copy_rows.h"
 
 #include <algorithm>
+#include <array>
 #include <vector>
 
 namespace rasterkit {
@@ -16,24 +19,45 @@ Steps colourSteps(const CPxImage& source, const CPxImage& dst) { return {channel
 // Grey, and alpha where both have it.
 Steps greySteps(int from, int to) { return {from, to, std::min(from, to)}; }
 
+// eachRow where the conversion costs less than its memory. A large image whose every sample is written is made in
+// pieces that are then written past the caches, so that its lines need not be fetched first.
+template <class In, class Out, class Row>
+int eachSampleRow(const CPxImage& source, CPxImage& dst, Steps steps, Row row) {
+  if (steps.used != steps.out || static_cast<std::size_t>(dst.bufferSize) < kKeptByCaches)
+    return eachRow<In, Out>(source, dst, row);
+  const CopyKernels& copy = kernels<CopyKernels>();
+  alignas(64) std::array<Out, kBlock * 4> piece;
+  const auto in = static_cast<std::size_t>(steps.in), out = static_cast<std::size_t>(steps.out);
+  eachRow<In, Out>(source, dst, [&](auto from, auto to, auto n) {
+    inBlocks(n, [&](std::size_t first, std::size_t count) {
+      row(from + first * in, piece.data(), count);
+      copy.streamRow(reinterpret_cast<std::uint8_t*>(to + first * out),
+                     reinterpret_cast<const std::uint8_t*>(piece.data()), count * out * sizeof(Out));
+    });
+  });
+  copy.settle();
+  return 1;
+}
+
 int moveColour(const CPxImage& source, CPxImage& dst) {
   const auto move = kernels<ColourKernels>().move;
   const Steps steps = colourSteps(source, dst);
-  return eachRow<std::uint8_t, std::uint8_t>(source, dst, [=](auto in, auto out, auto n) { move(in, out, steps, n); });
+  return eachSampleRow<std::uint8_t, std::uint8_t>(source, dst, steps,
+                                                   [=](auto in, auto out, auto n) { move(in, out, steps, n); });
 }
 
 int widenRows(const CPxImage& source, CPxImage& dst, Steps steps) {
   const auto widen = kernels<ColourKernels>().widen;
   const int shift = dst.bitsPerSample - 8;
-  return eachRow<std::uint8_t, std::uint16_t>(source, dst,
-                                              [=](auto in, auto out, auto n) { widen(in, out, steps, shift, n); });
+  return eachSampleRow<std::uint8_t, std::uint16_t>(
+      source, dst, steps, [=](auto in, auto out, auto n) { widen(in, out, steps, shift, n); });
 }
 
 int narrowRows(const CPxImage& source, CPxImage& dst, Steps steps) {
   const auto narrow = kernels<ColourKernels>().narrow;
   const int shift = source.bitsPerSample - 8;
-  return eachRow<std::uint16_t, std::uint8_t>(source, dst,
-                                              [=](auto in, auto out, auto n) { narrow(in, out, steps, shift, n); });
+  return eachSampleRow<std::uint16_t, std::uint8_t>(
+      source, dst, steps, [=](auto in, auto out, auto n) { narrow(in, out, steps, shift, n); });
 }
 
 // The bytes that begin each row of an image of any kind as one sample a pixel.

@@ -5,6 +5,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#if defined(__AVX512VBMI__)
+#include "rasterkit/core/kernel_permutes.h"
+#endif
+
 namespace rasterkit {
 namespace {
 
@@ -21,6 +25,10 @@ struct Planes {
 // The first three samples of pixels of so many.
 template <int channels, class S>
 inline void split(const S* pixels, Planes<S>& planes, size_t n) {
+#if defined(__AVX512VBMI__)
+  if constexpr (sizeof(S) == 1)
+    return (channels == 3 ? splitThrees : splitFours)(pixels, planes.first, planes.second, planes.third, n);
+#endif
   const S* const __restrict in = pixels;
   S* const __restrict first = planes.first;
   S* const __restrict second = planes.second;
@@ -49,6 +57,9 @@ constexpr uint32_t kFourth = 0xFF000000;
 // All three samples of pixels of three, or the first three of four: the fourth stays.
 template <int channels, class S>
 inline void join(const S* firsts, const S* seconds, const S* thirds, S* pixels, size_t n) {
+#if defined(__AVX512VBMI__)
+  if constexpr (sizeof(S) == 1) return (channels == 3 ? joinThrees : joinFours)(firsts, seconds, thirds, pixels, n);
+#endif
   const S* const __restrict first = firsts;
   const S* const __restrict second = seconds;
   const S* const __restrict third = thirds;

@@ -25,9 +25,21 @@ struct KernelTables;
   }
 #define RASTERKIT_LEVEL_TABLE_ADDRESS(level, name) &level::name,
 
-#define RASTERKIT_KERNEL_TABLE(Type, name)                                                               \
+#define RASTERKIT_LEVEL_TABLES(Type, name, more)                                                         \
   RASTERKIT_EACH_LEVEL(RASTERKIT_DECLARE_LEVEL_TABLE, Type, name)                                        \
   template <>                                                                                            \
   struct KernelTables<Type> {                                                                            \
     static constexpr const Type* tables[] = {RASTERKIT_EACH_LEVEL(RASTERKIT_LEVEL_TABLE_ADDRESS, name)}; \
+    more                                                                                                 \
   };
+#define RASTERKIT_KERNEL_TABLE(Type, name) RASTERKIT_LEVEL_TABLES(Type, name, )
+
+// The same for a family whose kernel file has a fifth compilation as a whole: a file *_kernels_vbmi.cpp that includes
+// it.
+#if RASTERKIT_HAS_VBMI
+#define RASTERKIT_PERMUTING_KERNEL_TABLE(Type, name) \
+  RASTERKIT_DECLARE_LEVEL_TABLE(vbmi, Type, name)    \
+  RASTERKIT_LEVEL_TABLES(Type, name, static constexpr const Type* permuting = &vbmi::name;)
+#else
+#define RASTERKIT_PERMUTING_KERNEL_TABLE(Type, name) RASTERKIT_KERNEL_TABLE(Type, name)
+#endif

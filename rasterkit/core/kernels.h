@@ -12,12 +12,14 @@ namespace rasterkit {
 // Index of the serving level among those built, least first.
 int servingLevel();
 
-// Whether the processor has the byte permutes over 128 entries and the best level serves: for kernel files with a fifth
-// compilation.
+// Whether the processor has the byte permutes over 128 entries and the best level serves (not when one was named): for
+// kernel files with a fifth compilation.
 bool servesBytePermutes();
 
 template <class Kernels>
 const Kernels& kernels() {
+  if constexpr (requires { KernelTables<Kernels>::permuting; })
+    if (servesBytePermutes()) return *KernelTables<Kernels>::permuting;
   return *KernelTables<Kernels>::tables[servingLevel()];
 }
 

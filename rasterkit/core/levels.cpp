@@ -21,29 +21,36 @@ int bestLevel() {
   return best;
 }
 
-std::atomic<int>& serving() {
-  static std::atomic<int> level{bestLevel()};
-  return level;
+struct Serving {
+  std::atomic<int> level;
+  std::atomic<bool> permutes;  // the fifth compilation beside it
+};
+
+Serving& serving() {
+  static Serving now{bestLevel(), processorRuns("v4") && processorRuns("vbmi")};
+  return now;
+}
+
+void serve(int level, bool permutes) {
+  serving().level = level;
+  serving().permutes = permutes;
 }
 
 }  // namespace
 
-int servingLevel() { return serving().load(std::memory_order_relaxed); }
+int servingLevel() { return serving().level.load(std::memory_order_relaxed); }
 
-bool servesBytePermutes() {
-  static const bool has = processorRuns("v4") && processorRuns("vbmi");
-  return has && std::string_view(kBuilt[servingLevel()]) == "v4";
-}
+bool servesBytePermutes() { return serving().permutes.load(std::memory_order_relaxed); }
 
 bool useLevel(const char* name) {
   if (!name) return false;
   if (std::string_view(name) == "best") {
-    serving() = bestLevel();
+    serve(bestLevel(), processorRuns("v4") && processorRuns("vbmi"));
     return true;
   }
   for (int level = 0; level < kBuiltCount; ++level) {
     if (std::string_view(name) != kBuilt[level] || !processorRuns(kBuilt[level])) continue;
-    serving() = level;
+    serve(level, false);
     return true;
   }
   return false;

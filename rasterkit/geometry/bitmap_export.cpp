@@ -6,8 +6,8 @@
 #include <rasterkit/geometry/bitmap.h>
 #include <rasterkit/geometry/regions.h>
 
+#include "rasterkit/core/copy_rows.h"
 #include "rasterkit/core/view.h"
-#include "rasterkit/geometry/copy_rows.h"
 #include "rasterkit/platform/desktop_seam.h"
 
 #include <algorithm>

@@ -3,9 +3,9 @@
 
 #include <rasterkit/geometry/bitmap.h>
 
+#include "rasterkit/core/copy_rows.h"
 #include "rasterkit/core/view.h"
 #include "rasterkit/geometry/bitmap_block.h"
-#include "rasterkit/geometry/copy_rows.h"
 
 #include <algorithm>
 #include <cstring>

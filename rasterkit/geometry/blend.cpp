@@ -1,8 +1,8 @@
 #include "rasterkit/geometry/blend.h"
 
+#include "rasterkit/core/copy_rows.h"
 #include "rasterkit/core/kernels.h"
 #include "rasterkit/core/numbers.h"
-#include "rasterkit/geometry/copy_rows.h"
 #include "rasterkit/geometry/resample_kernels.h"
 
 #include <algorithm>

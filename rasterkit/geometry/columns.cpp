@@ -1,7 +1,7 @@
 #include "rasterkit/geometry/columns.h"
 
+#include "rasterkit/core/copy_rows.h"
 #include "rasterkit/core/kernels.h"
-#include "rasterkit/geometry/copy_rows.h"
 #include "rasterkit/geometry/resample_kernels.h"
 
 #include <algorithm>

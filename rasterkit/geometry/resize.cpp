@@ -3,11 +3,11 @@
 
 #include <rasterkit/geometry/geometry.h>
 
+#include "rasterkit/core/copy_rows.h"
 #include "rasterkit/core/dispatch.h"
 #include "rasterkit/core/numbers.h"
 #include "rasterkit/geometry/blend.h"
 #include "rasterkit/geometry/columns.h"
-#include "rasterkit/geometry/copy_rows.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,12 +2,12 @@
 
 #include <rasterkit/geometry/geometry.h>
 
+#include "rasterkit/core/copy_rows.h"
 #include "rasterkit/core/dispatch.h"
 #include "rasterkit/core/kernels.h"
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/region.h"
 #include "rasterkit/geometry/columns.h"
-#include "rasterkit/geometry/copy_rows.h"
 #include "rasterkit/geometry/resample_kernels.h"
 
 #include <algorithm>

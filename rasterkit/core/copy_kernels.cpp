@@ -1,4 +1,4 @@
-#include "rasterkit/geometry/copy_kernels.h"
+#include "rasterkit/core/copy_kernels.h"
 
 #include "rasterkit/core/kernel_numbers.h"
 
@@ -21,18 +21,22 @@ void streamRow(uint8_t* to, const uint8_t* from, size_t n) {
   __builtin_memcpy(to, from, n);
 }
 
+void settle() {
+#if defined(__SSE2__)
+  _mm_sfence();
+#endif
+}
+
 void stream(uint8_t* to, ptrdiff_t toStride, const uint8_t* from, ptrdiff_t fromStride, size_t bytes, size_t rows) {
   for (size_t y = 0; y < rows; ++y) {
     const auto row = static_cast<ptrdiff_t>(y);
     streamRow(to + toStride * row, from + fromStride * row, bytes);
   }
-#if defined(__SSE2__)
-  _mm_sfence();  // such stores are not ordered with others
-#endif
+  settle();
 }
 
 }  // namespace
 
-const CopyKernels copyKernels = {stream};
+const CopyKernels copyKernels = {streamRow, settle, stream};
 
 }  // namespace rasterkit::RASTERKIT_LEVEL

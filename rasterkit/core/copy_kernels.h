@@ -8,7 +8,11 @@
 namespace rasterkit {
 
 struct CopyKernels {
-  // Copies rows of so many bytes that do not overlap, past the caches where the processor can.
+  // Copies bytes past the caches where the processor can; blocks do not overlap. `settle` follows the last of several
+  // calls: such stores are not ordered with others.
+  void (*streamRow)(uint8_t* to, const uint8_t* from, size_t bytes);
+  void (*settle)();
+  // The same for rows that lie apart, settled.
   void (*stream)(uint8_t* to, ptrdiff_t toStride, const uint8_t* from, ptrdiff_t fromStride, size_t bytes, size_t rows);
 };
 

@@ -1,15 +1,14 @@
-#include "rasterkit/geometry/copy_rows.h"
+#include "rasterkit/core/copy_rows.h"
 
+#include "rasterkit/core/copy_kernels.h"
 #include "rasterkit/core/kernels.h"
-#include "rasterkit/geometry/copy_kernels.h"
 
 namespace rasterkit {
 
 void copyRows(unsigned char* to, std::ptrdiff_t toStride, const unsigned char* from, std::ptrdiff_t fromStride,
               std::size_t bytes, int rows) {
-  constexpr std::size_t kept = std::size_t{8} << 20;
   if (rows < 1) return;
-  if (bytes >= kept / static_cast<std::size_t>(rows))
+  if (bytes >= kKeptByCaches / static_cast<std::size_t>(rows))
     return kernels<CopyKernels>().stream(to, toStride, from, fromStride, bytes, static_cast<std::size_t>(rows));
   for (int y = 0; y < rows; ++y) copyBytes(to + toStride * y, from + fromStride * y, bytes);
 }

@@ -17,6 +17,9 @@ inline void copyBytes(void* to, const void* from, std::size_t n) {
   if (n > 0) std::memcpy(out, in, n);
 }
 
+// What is more than caches keep: it is written past them.
+constexpr std::size_t kKeptByCaches = std::size_t{8} << 20;
+
 // Copies rows of so many bytes; a stride is the distance in bytes from one row to the next to be copied. Rows that
 // together exceed what caches keep are written past them, as the C library does with one block of that size. Sources in
 // ascending order are the faster ones: processors fetch ahead of an ascending reader only.

@@ -1,0 +1,2 @@
+// Interleaved bytes come apart and together by byte permutes over 128 entries.
+#include "rasterkit/colour/colour_kernels.cpp"
