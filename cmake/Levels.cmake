@@ -16,6 +16,7 @@ set(options_v2 -march=x86-64-v2)
 set(options_v3 -march=x86-64-v3)
 set(options_v4 -march=x86-64-v4 -mprefer-vector-width=512)
 set(options_vbmi ${options_v4} -mavx512vbmi)
+set(options_vnni ${options_v4} -mavx512vnni)
 
 set(each_level "")
 foreach(level ${levels})
@@ -23,26 +24,34 @@ foreach(level ${levels})
 endforeach()
 if(RASTERKIT_PROCESSOR STREQUAL x86 AND "v4" IN_LIST levels)
   set(has_vbmi 1)
+  set(has_vnni 1)
 else()
   set(has_vbmi 0)
+  set(has_vnni 0)
 endif()
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/generated/rasterkit_levels.h CONTENT
 "#pragma once
 #define RASTERKIT_EACH_LEVEL(do, ...)@each_level@
 #define RASTERKIT_HAS_VBMI @has_vbmi@
+#define RASTERKIT_HAS_VNNI @has_vnni@
 " @ONLY)
 
 # One object library a level; adds their objects to RASTERKIT_OBJECTS.
 function(rasterkit_add_kernels)
   set(objects ${RASTERKIT_OBJECTS})
   set(kernel_levels ${levels})
-  if(has_vbmi AND RASTERKIT_VBMI_SOURCES)
+  if(has_vbmi)
     list(APPEND kernel_levels vbmi)
+  endif()
+  if(has_vnni)
+    list(APPEND kernel_levels vnni)
   endif()
   foreach(level ${kernel_levels})
     set(sources ${RASTERKIT_KERNEL_SOURCES})
     if(level STREQUAL vbmi)
       set(sources ${RASTERKIT_VBMI_SOURCES})
+    elseif(level STREQUAL vnni)
+      set(sources ${RASTERKIT_VNNI_SOURCES})
     endif()
     add_library(rasterkit_kernels_${level} OBJECT ${sources})
     target_include_directories(rasterkit_kernels_${level} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)

@@ -25,5 +25,8 @@ constexpr std::size_t kKeptByCaches = std::size_t{8} << 20;
 // ascending order are the faster ones: processors fetch ahead of an ascending reader only.
 void copyRows(unsigned char* to, std::ptrdiff_t toStride, const unsigned char* from, std::ptrdiff_t fromStride,
               std::size_t bytes, int rows);
+// As copyRows, past the caches in any case.
+void streamRows(unsigned char* to, std::ptrdiff_t toStride, const unsigned char* from, std::ptrdiff_t fromStride,
+                std::size_t bytes, int rows);
 
 }  // namespace rasterkit

@@ -15,6 +15,8 @@ int servingLevel();
 // Whether the processor has the byte permutes over 128 entries and the best level serves (not when one was named): for
 // kernel files with a fifth compilation.
 bool servesBytePermutes();
+// The same for sums of four products of bytes.
+bool servesByteProducts();
 
 template <class Kernels>
 const Kernels& kernels() {

@@ -23,17 +23,23 @@ int bestLevel() {
 
 struct Serving {
   std::atomic<int> level;
-  std::atomic<bool> permutes;  // the fifth compilation beside it
+  // Beside it, the compilations for single features.
+  std::atomic<bool> permutes;
+  std::atomic<bool> products;
 };
 
+bool hasPermutes() { return processorRuns("v4") && processorRuns("vbmi"); }
+bool hasProducts() { return processorRuns("v4") && processorRuns("vnni"); }
+
 Serving& serving() {
-  static Serving now{bestLevel(), processorRuns("v4") && processorRuns("vbmi")};
+  static Serving now{bestLevel(), hasPermutes(), hasProducts()};
   return now;
 }
 
-void serve(int level, bool permutes) {
+void serve(int level, bool best) {
   serving().level = level;
-  serving().permutes = permutes;
+  serving().permutes = best && hasPermutes();
+  serving().products = best && hasProducts();
 }
 
 }  // namespace
@@ -42,10 +48,12 @@ int servingLevel() { return serving().level.load(std::memory_order_relaxed); }
 
 bool servesBytePermutes() { return serving().permutes.load(std::memory_order_relaxed); }
 
+bool servesByteProducts() { return serving().products.load(std::memory_order_relaxed); }
+
 bool useLevel(const char* name) {
   if (!name) return false;
   if (std::string_view(name) == "best") {
-    serve(bestLevel(), processorRuns("v4") && processorRuns("vbmi"));
+    serve(bestLevel(), true);
     return true;
   }
   for (int level = 0; level < kBuiltCount; ++level) {

@@ -10,6 +10,7 @@ TEST(Levels, unknownNamesChangeNothing) {
   EXPECT_FALSE(useLevel(""));
   EXPECT_FALSE(useLevel("v5"));
   EXPECT_FALSE(useLevel("vbmi"));
+  EXPECT_FALSE(useLevel("vnni"));
 }
 
 TEST(Levels, theBaselineAndTheBestServeEverywhere) {

@@ -20,7 +20,8 @@ bool processorRuns(const char* level) {
   if (name == "v2") return v2;
   if (name == "v3") return v3;
   if (name == "v4") return v4;
-  return name == "vbmi" && __builtin_cpu_supports("avx512vbmi");
+  if (name == "vbmi") return __builtin_cpu_supports("avx512vbmi");
+  return name == "vnni" && __builtin_cpu_supports("avx512vnni");
 }
 
 }  // namespace rasterkit

@@ -1,6 +1,7 @@
 #pragma once
 // The neighbourhood of each row of an image, its edge samples repeated outward, so that no kernel ever meets a border.
 
+#include "rasterkit/core/copy_rows.h"
 #include "rasterkit/core/view.h"
 
 #include <algorithm>
@@ -47,7 +48,7 @@ class Window {
 
   Window(View<const S> in, View<S> out, Margins around) requires std::is_same_v<S, T>
       : Window(
-            in, around, [](const S* from, T* to, std::size_t n) { std::copy_n(from, n, to); },
+            in, around, [](const S* from, T* to, std::size_t n) { copyBytes(to, from, n * sizeof(S)); },
             in.first == out.first || around.left > 0 || around.right > 0) {}
   Window(View<const S> in, Margins around, Convert convert) : Window(in, around, convert, true) {}
 

@@ -14,17 +14,20 @@
 #include "rasterkit/core/numbers.h"
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/prefetch.h"
+#include "rasterkit/core/result_rows.h"
 #include "rasterkit/core/window.h"
 #include "rasterkit/neighbourhood/convolution_engine.h"
 #include "rasterkit/neighbourhood/convolution_kernels.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cmath>
 #include <limits>
 #include <numeric>
 #include <optional>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace rasterkit {
@@ -65,15 +68,82 @@ struct Area {
   bool empty() const { return left >= right || top >= bottom; }
 };
 
-// row(rows, out, n) for the rows of the area, rows standing at the leftmost tap of the first sample; out is the
-// destination, or a line of which the mask selects. Other pixels become those of the source, or 0.
-template <class S, class T, class Row>
+// A window over an image that stays as it is, whose wide rows are read where they are but for their ends: only those
+// have columns beyond the image.
+template <class S>
+class WideWindow {
+ public:
+  // Whether so wide an image gains by it.
+  static bool suits(View<const S> in, View<S> out, const Area& area) {
+    return in.first != out.first && area.around.left > 0 && in.samples() >= 4096 &&
+           std::max(area.around.left, area.around.right) <= kEnd;
+  }
+
+  WideWindow(View<const S> in, View<S> out, Margins around)
+      : in_(in),
+        left_(part(in, 0, kEnd + around.right), out, {around.above, around.below, around.left, 0}),
+        inside_(in, out, {around.above, around.below}),
+        right_(part(in, in.width - kEnd - around.left, kEnd + around.left), out,
+               {around.above, around.below, 0, around.right}),
+        leftMargin_(static_cast<std::size_t>(around.left) * static_cast<std::size_t>(in.channels)),
+        end_(static_cast<std::size_t>(kEnd) * static_cast<std::size_t>(in.channels)) {}
+
+  const S* const* rows(int y) {
+    leftRows_ = left_.rows(y);
+    rightRows_ = right_.rows(y);
+    return rows_ = inside_.rows(y);
+  }
+  std::size_t count() const { return inside_.count(); }
+  void row(int) {}
+
+  std::size_t pointAt(std::size_t at, const S** rows) const {
+    const std::size_t last = in_.samples() - end_;
+    for (std::size_t k = 0; k < count(); ++k)
+      rows[k] = at < end_ ? leftRows_[k] + at : at < last ? rows_[k] + (at - leftMargin_) : rightRows_[k] + (at - last);
+    return (at < end_ ? end_ : at < last ? last : in_.samples()) - at;
+  }
+
+ private:
+  static constexpr int kEnd = 64;  // pixels
+
+  static View<const S> part(View<const S> in, int column, int width) {
+    in.first += std::ptrdiff_t{column} * in.channels;
+    in.width = width;
+    return in;
+  }
+
+  const View<const S> in_;
+  Window<S> left_, inside_, right_;
+  std::size_t leftMargin_, end_;
+  const S* const* leftRows_ = nullptr;
+  const S* const* rows_ = nullptr;
+  const S* const* rightRows_ = nullptr;
+};
+
+// Points at the leftmost taps of sample `at` of n in the rows of a window; they serve for so many samples.
+template <class S>
+std::size_t pointAt(const WideWindow<S>& window, const S* const*, std::size_t at, std::size_t, const S** taps) {
+  return window.pointAt(at, taps);
+}
+template <class S, class T>
+std::size_t pointAt(const Window<S, T>& window, const T* const* rows, std::size_t at, std::size_t n, const T** taps) {
+  for (std::size_t k = 0; k < window.count(); ++k) taps[k] = rows[k] + at;
+  return n - at;
+}
+
+// row(rows, out, n) for pieces of the rows of the area, `together` rows at a time, rows standing at the leftmost tap of
+// the first sample. Other pixels become those of the source, or 0.
+template <int together = 1, class S, class AnyWindow, class Row>
 void eachRow(View<const S> in, View<S> out, View<const std::uint8_t> mask, const Area& area, bool clears,
-             Window<S, T>& window, Row row) {
+             AnyWindow& window, Row row) {
+  using T = std::remove_cvref_t<decltype(**window.rows(0))>;
   const auto channels = static_cast<std::size_t>(in.channels);
   const auto width = static_cast<std::size_t>(area.right - area.left);
   const std::size_t first = static_cast<std::size_t>(area.left) * channels, n = width * channels;
-  std::vector<S> line(mask.first ? n : 0);
+  // Lines for what the mask selects of, and for rows beyond the area.
+  std::vector<S> lines(mask.first || together > 1 ? n * together : 0);
+  ResultRows<S> results(in, out, first, n, together);
+  std::vector<const T*> piece(window.count());
 
   const auto keep = [clears](const S* from, S* to, std::size_t count) {
     if (clears)
@@ -81,23 +151,40 @@ void eachRow(View<const S> in, View<S> out, View<const std::uint8_t> mask, const
     else if (from != to)
       std::copy_n(from, count, to);
   };
-  for (int y = 0; y < in.height; ++y) {
-    const S* const from = in.row(y);
-    S* const to = out.row(y);
-    if (y < area.top || y >= area.bottom) {
-      if (clears && y < area.top) window.row(y);  // which it keeps, where in is out
-      keep(from, to, in.samples());
-      continue;
-    }
-    const T* const* const rows = window.rows(y);
-    if (const std::int64_t next = std::int64_t{y} + area.around.below + 1; next < in.height)
-      fetchAhead(in.row(static_cast<int>(next)), in.samples() * sizeof(S));
-    if (y + 1 < in.height) fetchAhead(out.row(y + 1), in.samples() * sizeof(S));
-    keep(from, to, mask.first ? in.samples() : first);
-    keep(from + first + n, to + first + n, in.samples() - first - n);
-    row(rows, mask.first ? line.data() : to + first, n);
-    if (mask.first) selectRow<S>()(line.data(), mask.row(y) + area.left, channels, to + first, width);
+  for (int y = 0; y < area.top; ++y) {
+    if (clears) window.row(y);  // which it keeps, where in is out
+    keep(in.row(y), out.row(y), in.samples());
   }
+  for (int y = area.top; y < area.bottom; y += together) {
+    const T* const* const rows = window.rows(y);
+    const int count = std::min(together, area.bottom - y);
+    S* to[together];
+    for (int i = 0; i < together; ++i) {
+      to[i] = lines.data() + n * static_cast<std::size_t>(i);
+      if (i >= count) continue;
+      const S* const from = in.row(y + i);
+      S* const whole = out.row(y + i);
+      keep(from, whole, mask.first ? in.samples() : first);
+      keep(from + first + n, whole + first + n, in.samples() - first - n);
+      if (!mask.first) to[i] = results.row(y + i);
+    }
+    constexpr std::size_t most = 4096 / sizeof(T);
+    for (std::size_t at = 0, samples; at < n; at += samples) {
+      samples = std::min(most, pointAt(window, rows, at, n, piece.data()));
+      for (int i = together; i < 2 * together; ++i) {
+        const std::int64_t next = std::int64_t{y} + area.around.below + i;
+        if (next < in.height) fetchAhead(in.row(static_cast<int>(next)) + first + at, samples * sizeof(S));
+        if (!results.streams() && y + i < in.height) fetchAhead(out.row(y + i) + first + at, samples * sizeof(S));
+      }
+      S* pieces[together];
+      for (int i = 0; i < together; ++i) pieces[i] = to[i] + at;
+      row(piece.data(), pieces, samples);
+    }
+    if (!mask.first) results.finish(y, count);
+    for (int i = 0; mask.first && i < count; ++i)
+      selectRow<S>()(to[i], mask.row(y + i) + area.left, channels, out.row(y + i) + first, width);
+  }
+  for (int y = area.bottom; y < in.height; ++y) keep(in.row(y), out.row(y), in.samples());
 }
 
 // The weights that are not 0, as numbers of type W, with the places they are read from.
@@ -284,6 +371,108 @@ bool quotientOverflows(const WholeKernel& kernel, View<const S> in, View<S> out,
   return false;
 }
 
+// Rows in fours -------------------------------------------------------------------------------------------------------
+
+const QuadKernels* quadKernels() {
+#if RASTERKIT_HAS_VNNI
+  if (servesByteProducts()) return &vnni::quadKernels;
+#endif
+  return nullptr;
+}
+
+// Taps of two rows of results, that of row y and that of the next one, in rows y - above to y + below + 1.
+class QuadList {
+ public:
+  static bool takes(CSize size, int channels) {
+    return size.cy <= static_cast<int>(4 * kMostQuads) - 1 &&
+           size.cx - 1 <= static_cast<int>(kMostQuadReach) / channels;
+  }
+
+  // In digits of base 256, at least and at most so many; weights that need more wrap.
+  template <class Weight>
+  QuadList(const Weight* weights, CSize size, int channels, std::size_t leastDigits, std::size_t mostDigits)
+      : rows_((static_cast<std::size_t>(size.cy) + 4) / 4 * 4),
+        reach_(static_cast<std::size_t>(size.cx - 1) * static_cast<std::size_t>(channels)),
+        count_(static_cast<std::size_t>(size.cy) + 1) {
+    std::vector<std::int64_t> left(weights, weights + std::ptrdiff_t{size.cx} * size.cy);
+    const auto weight = [&](int i, int j) -> std::int64_t& {
+      return left[static_cast<std::size_t>(j) * static_cast<std::size_t>(size.cx) + static_cast<std::size_t>(i)];
+    };
+    for (int top = 0; top <= size.cy; top += 4)
+      for (int i = 0; i < size.cx; ++i) {
+        bool any = false;
+        for (int j = std::max(0, top - 1); j < std::min(top + 4, size.cy); ++j) any |= weight(i, j) != 0;
+        if (any) taps_.push_back({static_cast<std::size_t>(top / 4), static_cast<std::size_t>(i * channels)});
+      }
+    do {
+      std::vector<std::uint8_t> digits;
+      for (std::int64_t& rest : left) {
+        digits.push_back(static_cast<std::uint8_t>(rest & 255));
+        rest = (rest + 128) >> 8;  // the digit is from -128 to 127
+      }
+      for (const QuadTap& tap : taps_) {
+        auto& pair = weights_.emplace_back();
+        for (int row = 0; row < 2; ++row) {
+          std::uint32_t quad = 0;
+          for (int k = 0; k < 4; ++k) {
+            const std::int64_t j = static_cast<std::int64_t>(tap.quad) * 4 + k - row;
+            if (j < 0 || j >= size.cy) continue;
+            const std::size_t place = static_cast<std::size_t>(j) * static_cast<std::size_t>(size.cx) +
+                                      tap.place / static_cast<std::size_t>(channels);
+            quad |= std::uint32_t{digits[place]} << 8 * k;
+          }
+          pair[static_cast<std::size_t>(row)] = static_cast<std::int32_t>(quad);
+        }
+      }
+      ++digits_;
+    } while (digits_ < leastDigits ||
+             (digits_ < mostDigits && std::any_of(left.begin(), left.end(), [](auto rest) { return rest != 0; })));
+  }
+
+  // With the rows around a row of the image.
+  QuadTaps at(const std::uint8_t* const* rows) {
+    for (std::size_t k = 0; k < rows_.size(); ++k) rows_[k] = rows[std::min(k, count_ - 1)];
+    return {.rows = rows_.data(),
+            .quads = rows_.size() / 4,
+            .reach = reach_,
+            .taps = taps_.data(),
+            .count = taps_.size(),
+            .weights = reinterpret_cast<const std::int32_t(*)[2]>(weights_.data()),
+            .digits = digits_};
+  }
+
+ private:
+  std::vector<const std::uint8_t*> rows_;
+  std::size_t reach_, count_;
+  std::vector<QuadTap> taps_;
+  std::vector<std::array<std::int32_t, 2>> weights_;
+  std::size_t digits_ = 0;
+};
+
+template <class Rule>
+void convolveQuads(void (*kernel)(const QuadTaps&, const Rule&, std::uint8_t* const*, std::size_t), QuadList&& taps,
+                   const Rule& rule, View<const std::uint8_t> in, View<std::uint8_t> out, View<const std::uint8_t> mask,
+                   const Area& area, bool clears) {
+  Margins around = area.around;
+  ++around.below;
+  const auto convolve = [&](auto window) {
+    eachRow<2>(in, out, mask, area, clears, window,
+               [&](auto rows, std::uint8_t* const* to, std::size_t n) { kernel(taps.at(rows), rule, to, n); });
+  };
+  if (WideWindow<std::uint8_t>::suits(in, out, area))
+    convolve(WideWindow<std::uint8_t>(in, out, around));
+  else
+    convolve(Window<std::uint8_t>(in, out, around));
+}
+
+// Whether the sums and the quotients of a kernel may be calculated in 16 bits, sums beyond being limited to 16 bits:
+// their quotients are beyond the limits of the samples too, on the same side.
+bool fitsNarrow(const WholeKernel& kernel, std::int64_t greatest) {
+  // With an offset near the ends of an int the addition might wrap.
+  if (greatest <= kMostNarrow) return sizeOf(kernel.divisor) <= kMostNarrow && sizeOf(kernel.offset) <= INT_MAX / 2;
+  return greatest <= INT_MAX && sizeOf(kernel.divisor) * (sizeOf(kernel.offset) + 256) <= kMostNarrow;
+}
+
 // False where nothing is written since a quotient overflows.
 template <class S>
 bool convolveRows(const WholeKernel& kernel, View<const S> in, View<S> out, View<const std::uint8_t> mask,
@@ -294,19 +483,30 @@ bool convolveRows(const WholeKernel& kernel, View<const S> in, View<S> out, View
   const auto byFactors = greatest <= kMostSingle ? factors(kernel, in.channels) : std::nullopt;
 
   if constexpr (std::is_same_v<S, std::uint8_t>) {
-    // With an offset near the ends of an int the addition might wrap.
-    if (greatest <= kMostNarrow && sizeOf(kernel.divisor) <= kMostNarrow && sizeOf(kernel.offset) <= INT_MAX / 2) {
+    const QuadKernels* const quads = quadKernels();
+    const bool overflows = kernel.divisor == -1 && greatest > INT_MAX;
+    if (quads && !overflows && QuadList::takes(kernel.size, in.channels)) {
+      QuadList taps(kernel.weights, kernel.size, in.channels, 1, 4);
+      if (fitsNarrow(kernel, greatest))
+        convolveQuads(quads->narrow, std::move(taps), narrowRule(kernel), in, out, mask, area, clears);
+      else
+        convolveQuads(greatest <= kMostSingle ? quads->single : quads->whole, std::move(taps), rule, in, out, mask,
+                      area, clears);
+      return true;
+    }
+    if (greatest <= kMostNarrow && fitsNarrow(kernel, greatest)) {
       const ConvolutionKernels& table = kernels<ConvolutionKernels>();
       const NarrowRule narrow = narrowRule(kernel);
       Window<S, std::int16_t> window(in, area.around, table.toWord);
       if (byFactors) {  // parts of sums may wrap in 16 bits, the sums are those that fit
         FactoredList<std::int16_t> taps(*byFactors, in.channels);
-        eachRow(in, out, mask, area, clears, window,
-                [&](auto around, S* to, std::size_t n) { table.narrowFactored(taps.at(around), narrow, to, n); });
+        eachRow(in, out, mask, area, clears, window, [&](auto around, S* const* to, std::size_t n) {
+          table.narrowFactored(taps.at(around), narrow, *to, n);
+        });
       } else {
         TapList<std::int16_t, std::int16_t> taps(kernel.weights, kernel.size, in.channels);
         eachRow(in, out, mask, area, clears, window,
-                [&](auto around, S* to, std::size_t n) { table.narrow(taps.at(around), narrow, to, n); });
+                [&](auto around, S* const* to, std::size_t n) { table.narrow(taps.at(around), narrow, *to, n); });
       }
       return true;
     }
@@ -316,19 +516,19 @@ bool convolveRows(const WholeKernel& kernel, View<const S> in, View<S> out, View
     if (byFactors && greatestSum<S>(kernel, *byFactors) <= kMostSingle) {
       FactoredList<float> taps(*byFactors, in.channels);
       eachRow(in, out, mask, area, clears, window,
-              [&](auto around, S* to, std::size_t n) { rows.singleFactored(taps.at(around), rule, to, n); });
+              [&](auto around, S* const* to, std::size_t n) { rows.singleFactored(taps.at(around), rule, *to, n); });
       return true;
     }
     TapList<float, float> taps(kernel.weights, kernel.size, in.channels);
     eachRow(in, out, mask, area, clears, window,
-            [&](auto around, S* to, std::size_t n) { rows.single(taps.at(around), rule, to, n); });
+            [&](auto around, S* const* to, std::size_t n) { rows.single(taps.at(around), rule, *to, n); });
     return true;
   }
   if (kernel.divisor == -1 && greatest > INT_MAX && quotientOverflows(kernel, in, out, mask, area)) return false;
   Window<S> window(in, out, area.around);
   TapList<S, std::int32_t> taps(kernel.weights, kernel.size, in.channels);
   eachRow(in, out, mask, area, clears, window,
-          [&](auto around, S* to, std::size_t n) { rows.whole(taps.at(around), rule, to, n); });
+          [&](auto around, S* const* to, std::size_t n) { rows.whole(taps.at(around), rule, *to, n); });
   return true;
 }
 
@@ -380,6 +580,42 @@ std::optional<Rewritten> asWholeKernel(const RealKernel& kernel) {
   return {};
 }
 
+// Weights over the divisor, and the offset, as whole multiples of one power of two, so few that double precision holds
+// every sum: it is exact then, and so is one of whole numbers.
+struct ExactKernel {
+  std::vector<std::int64_t> weights;
+  std::vector<std::int32_t> starts;  // the offset, 16 bits at a time, what is left last
+  int shift;
+};
+
+std::optional<ExactKernel> asExactKernel(const RealKernel& kernel) {
+  constexpr std::size_t mostTaps = 250;  // so that two digits' sums stay below 2^31
+  int exponent;
+  if (kernel.magnitude || kernel.count() > mostTaps || std::abs(std::frexp(kernel.divisor, &exponent)) != 0.5F)
+    return {};
+  double greatest = std::abs(static_cast<double>(kernel.offset));
+  const auto quotient = [&](std::size_t k) { return kernel.weights[k] / static_cast<double>(kernel.divisor); };
+  for (std::size_t k = 0; k < kernel.count(); ++k) greatest += std::abs(quotient(k)) * 255;
+  const auto isWhole = [](double number) { return number == std::trunc(number); };
+  for (int log = 0; std::ldexp(greatest, log) < std::ldexp(1.0, 53); ++log) {
+    const auto scaled = [log](double number) { return std::ldexp(number, log); };
+    bool whole = isWhole(scaled(kernel.offset));
+    for (std::size_t k = 0; whole && k < kernel.count(); ++k) whole = isWhole(scaled(quotient(k)));
+    if (!whole) continue;
+
+    const int pairs = log / 16;
+    if (std::ldexp(greatest, log - 16 * pairs) > std::ldexp(1.0, 30)) return {};
+    ExactKernel exact{.weights = {}, .starts = {}, .shift = log % 16};
+    for (std::size_t k = 0; k < kernel.count(); ++k)
+      exact.weights.push_back(static_cast<std::int64_t>(scaled(quotient(k))));
+    auto start = static_cast<std::int64_t>(scaled(kernel.offset));
+    for (int pair = 0; pair < pairs; ++pair, start >>= 16) exact.starts.push_back(static_cast<int>(start & 0xFFFF));
+    exact.starts.push_back(static_cast<int>(start));
+    return exact;
+  }
+  return {};
+}
+
 RealRule realRule(const RealKernel& kernel, int greatest) {
   int exponent;
   const bool isPower = std::isfinite(kernel.divisor) && std::abs(std::frexp(kernel.divisor, &exponent)) == 0.5F;
@@ -417,6 +653,17 @@ template <class S>
 bool convolveRows(const RealKernel& kernel, View<const S> in, View<S> out, View<const std::uint8_t> mask,
                   const Area& area, bool clears) {
   if (const auto whole = asWholeKernel<S>(kernel)) return convolveRows(whole->kernel, in, out, mask, area, clears);
+  if constexpr (std::is_same_v<S, std::uint8_t>) {
+    const QuadKernels* const quads = quadKernels();
+    if (quads && QuadList::takes(kernel.size, in.channels))
+      if (const auto exact = asExactKernel(kernel)) {
+        const std::size_t pairs = exact->starts.size() - 1;
+        QuadList taps(exact->weights.data(), kernel.size, in.channels, 2 * pairs + 1, 8);
+        const ExactRule rule{.starts = exact->starts.data(), .pairs = pairs, .shift = exact->shift};
+        convolveQuads(quads->exact, std::move(taps), rule, in, out, mask, area, clears);
+        return true;
+      }
+  }
 
   const ConvolutionRows<S>& rows = convolutionRows<S>();
   const int greatest = std::numeric_limits<S>::max();
@@ -425,12 +672,12 @@ bool convolveRows(const RealKernel& kernel, View<const S> in, View<S> out, View<
   TapList<float, double> taps(kernel.weights, kernel.size, in.channels);
   if (const auto estimate = estimateRule(kernel, greatest)) {
     TapList<float, float> estimated(kernel.weights, kernel.size, in.channels);
-    eachRow(in, out, mask, area, clears, window, [&](auto around, S* to, std::size_t n) {
-      rows.estimated(estimated.at(around), *estimate, taps.at(around), rule, to, n);
+    eachRow(in, out, mask, area, clears, window, [&](auto around, S* const* to, std::size_t n) {
+      rows.estimated(estimated.at(around), *estimate, taps.at(around), rule, *to, n);
     });
   } else {
     eachRow(in, out, mask, area, clears, window,
-            [&](auto around, S* to, std::size_t n) { rows.real(taps.at(around), rule, to, n); });
+            [&](auto around, S* const* to, std::size_t n) { rows.real(taps.at(around), rule, *to, n); });
   }
   return true;
 }
@@ -438,7 +685,7 @@ bool convolveRows(const RealKernel& kernel, View<const S> in, View<S> out, View<
 // Float samples are limited to 0 from below and then to -1 from above.
 void limitRows(View<const float> in, View<float> out, View<const std::uint8_t> mask, const Area& area, bool clears) {
   Window<float> rows(in, {}, Margins{});  // nothing is read
-  eachRow(in, out, mask, area, clears, rows, [](auto, float* to, std::size_t n) { std::fill_n(to, n, -1.0F); });
+  eachRow(in, out, mask, area, clears, rows, [](auto, float* const* to, std::size_t n) { std::fill_n(*to, n, -1.0F); });
 }
 
 template <class Kernel>

@@ -114,4 +114,51 @@ struct ConvolutionKernels {
 
 RASTERKIT_KERNEL_TABLE(ConvolutionKernels, convolutionKernels)
 
+// Rows in fours -------------------------------------------------------------------------------------------------------
+//
+// A quad is one sample of each of four rows, one below the other: one product of it with four weights of 8 bits takes
+// four taps at once. Wider weights are written in digits of base 256, from -128 to 127, each a kernel of its own. Two
+// rows of results are made of the same quads.
+
+constexpr size_t kMostQuads = 8;        // one below the other
+constexpr size_t kMostQuadReach = 128;  // samples beyond the n summed
+
+struct QuadTap {
+  size_t quad;
+  size_t place;  // samples from the leftmost tap
+};
+
+struct QuadTaps {
+  const uint8_t* const* rows;  // 4 x quads of them, at the leftmost tap
+  size_t quads;
+  size_t reach;
+  const QuadTap* taps;
+  size_t count;
+  // [digit][tap][row of results]: four signed bytes, the lowest one for the uppermost row. The lowest digit first.
+  const int32_t (*weights)[2];
+  size_t digits;
+};
+
+// From a sum in units of 2^-(16 pairs + shift), with so many pairs of low digits, to a sample: truncated and limited.
+// Sums of a pair, and of the digits above them, do not leave 32 bits.
+struct ExactRule {
+  const int32_t* starts;  // one more than there are pairs, the lowest first
+  size_t pairs;
+  int shift;
+};
+
+// Two rows of n samples from 8-bit ones.
+struct QuadKernels {
+  void (*narrow)(const QuadTaps& taps, const NarrowRule& rule, uint8_t* const* out, size_t n);  // sums saturate
+  void (*single)(const QuadTaps& taps, const WholeRule& rule, uint8_t* const* out, size_t n);   // sums below 2^22
+  void (*whole)(const QuadTaps& taps, const WholeRule& rule, uint8_t* const* out, size_t n);    // sums wrap
+  void (*exact)(const QuadTaps& taps, const ExactRule& rule, uint8_t* const* out, size_t n);
+};
+
+#if RASTERKIT_HAS_VNNI
+namespace vnni {
+extern const QuadKernels quadKernels;
+}
+#endif
+
 }  // namespace rasterkit

@@ -5,6 +5,8 @@
 
 #include <climits>
 #include <cmath>
+#include <cstring>
+#include <tuple>
 #include <vector>
 
 #include "catalogue/catalogue.h"
@@ -285,8 +287,91 @@ TEST(ConvolveReal, aDivisorOfZeroDividesAsFloatsDo) {
   EXPECT_PICTURE(convolvedReal(gray8({{1, 2}}), CSize(1, 1), {1}, INFINITY, 7), gray8({{7, 7}}));
 }
 
-// Rows longer than the blocks that are summed at once
-// ------------------------------------------------------------------
+// A row of all pairs of samples, or of so many samples at a time.
+CPxImage allPairs() {
+  CPxImage image(CM_GRAY, 8, 2 * 256, 256);
+  for (int y = 0; y < 256; ++y)
+    for (int x = 0; x < 256; ++x) {
+      test::setSample(image, 2 * x, y, 0, x);
+      test::setSample(image, 2 * x + 1, y, 0, y);
+    }
+  return image;
+}
+
+// Sums beyond 16 bits whose quotients are in the range of the samples, at its ends, or beyond.
+TEST(Convolve, sumsBeyond16BitsAreLimitedAsTheirQuotientsAre) {
+  const CPxImage image = allPairs();
+  for (const auto& [a, b] : {std::pair{127, 127}, {-128, -128}, {127, -128}, {130, 3}, {-300, 2}}) {
+    for (const int divisor : {1, -1, 2, 3, 42, 127, -127, 128, 129, 200}) {
+      for (const int offset : {0, 1, -1, 40, -40, 255, -300}) {
+        Weights kernel{{2, 1}, {a, b}};
+        const CPxImage dst = convolved(image, kernel, divisor, offset), size = sized(image, kernel, divisor, offset);
+        for (int y = 0; y < 256; ++y)
+          for (int x = 0; x < 256; ++x) {
+            const int quotient = (a * x + b * y) / divisor, r = quotient + offset;
+            ASSERT_EQ(test::sampleAt(dst, 2 * x + 1, y), std::clamp(r, 0, 255)) << divisor << ", " << offset;
+            ASSERT_EQ(test::sampleAt(size, 2 * x + 1, y), std::clamp(r < 0 ? offset - quotient : r, 0, 255))
+                << divisor << ", " << offset;
+          }
+      }
+    }
+  }
+}
+
+// What whole numbers are taken for is the same as what double precision gives, for all pairs of samples.
+TEST(ConvolveReal, sumsThatAreExactAreTruncatedAsInDoublePrecision) {
+  const CPxImage image = allPairs();
+  const float third = 1.0F / 3;
+  struct {
+    float a, b, divisor, offset;
+  } const cases[] = {{third, third, 1, 0},          {0.5F + 0x1p-24F, 0.5F, 1, 0},
+                     {0.5F - 0x1p-25F, 0.5F, 1, 0}, {0.1F, 0.9F, 1, 0.25F},
+                     {0.7F, -0.3F, 1, -20.1F},      {-0.7F, 0.01F, -0.5F, 0},
+                     {1e-6F, 1, 4, 0.1F},           {123.4F, -99.9F, 64, 100},
+                     {0x1p-30F, 0.999F, 1, 0},      {3.3e-5F, 0.001F, 0.0009765625F, 0},
+                     {0.3F, 0.7F, 1.5F, 0},         {0x1p-60F, 0.3F, 1, 0}};
+  for (const auto& [a, b, divisor, offset] : cases) {
+    const CPxImage dst = convolvedReal(image, CSize(2, 1), {a, b}, divisor, offset);
+    for (int y = 0; y < 256; ++y)
+      for (int x = 0; x < 256; ++x) {
+        const double r = (x * static_cast<double>(a) + y * static_cast<double>(b)) / divisor + offset;
+        ASSERT_EQ(test::sampleAt(dst, 2 * x + 1, y), static_cast<int>(std::clamp(r, 0.0, 255.0)))
+            << a << ", " << b << ": " << x << ", " << y;
+      }
+  }
+}
+
+// An image so large that its results are written past the caches, and with rows so wide that only their ends are
+// copied, is what its parts are.
+TEST(Convolve, aLargeImageIsWhatItsPartsAre) {
+  test::Random random(21);
+  for (const auto& [model, width, height] : {std::tuple{CM_GRAY, 4099, 4200}, {CM_RGB, 1501, 3800}}) {
+    const CPxImage strip = randomImage(random, {model, 8}, width, 40);
+    CPxImage image(model, 8, width, height), dst, expected;
+    for (int y = 0; y < height; ++y)
+      std::memcpy(image.Get2DBuffer()[y], strip.Get2DBuffer()[y % 40], static_cast<std::size_t>(image.bytesPerLine));
+    std::vector<int> weights = {5, -3, 100, -127, 60, 8, 90, -44, 1, 2, 3, -4, 5, 66, -7};
+    CPxImage around(model, 8, width, 44);  // the strip among its own ends
+    for (int y = 0; y < 44; ++y)
+      std::memcpy(around.Get2DBuffer()[y], strip.Get2DBuffer()[(y + 38) % 40],
+                  static_cast<std::size_t>(image.bytesPerLine));
+    EXPECT_EQ(CPxConvolution(&around).Convolve(weights.data(), CSize(5, 3), expected, 90, 3, kKeep), 1);
+    EXPECT_EQ(CPxConvolution(&image).Convolve(weights.data(), CSize(5, 3), dst, 90, 3, kKeep), 1);
+    const auto n = static_cast<std::size_t>(width) * static_cast<std::size_t>(image.channels);
+    for (int y = 1; y + 1 < height; ++y)
+      ASSERT_EQ(std::memcmp(dst.Get2DBuffer()[y], expected.Get2DBuffer()[y % 40 + 2], n), 0) << y;
+    // With its borders too: they are those of a narrow image.
+    EXPECT_EQ(CPxConvolution(&image).Convolve(weights.data(), CSize(5, 3), dst, 90, 3, kExtend), 1);
+    CPxImage inPlace = image;
+    EXPECT_EQ(CPxConvolution(&inPlace).Convolve(weights.data(), CSize(5, 3), inPlace, 90, 3, kExtend), 1);
+    EXPECT_TRUE(identical(dst, inPlace));
+    EXPECT_EQ(CPxConvolution(&around).Convolve(weights.data(), CSize(5, 3), expected, 90, 3, kExtend), 1);
+    for (int y = 1; y + 1 < height; ++y)
+      ASSERT_EQ(std::memcmp(dst.Get2DBuffer()[y], expected.Get2DBuffer()[y % 40 + 2], n), 0) << y;
+  }
+}
+
+// Rows longer than the blocks that are summed at once -----------------------------------------------------------------
 
 // The operation of the catalogue against its slow twin, at every processor level.
 void equalsItsTwin(const char* name, CPxImage source, const catalogue::Kernel& kernel, double divisor, double offset) {
@@ -305,7 +390,7 @@ void equalsItsTwin(const char* name, CPxImage source, const catalogue::Kernel& k
     return made;
   };
   const int flag = call(expected).run(*plain::find(name));
-  for (const char* const level : {"baseline", "v2", "v3", "v4"}) {
+  for (const char* const level : {"baseline", "v2", "v3", "v4", "best"}) {
     if (!useLevel(level)) continue;
     EXPECT_EQ(call(dst).run(), flag);
     EXPECT_TRUE(identical(dst, expected)) << name << ", " << kernel.width << " x " << kernel.height << ", " << level;
@@ -357,6 +442,29 @@ TEST(Convolve, longRowsAndManyTaps) {
       equalsItsTwin("convolve", image, kernel, random.between(1, most), random.between(-9, 9));
       equalsItsTwin("convolve-abs", image, kernel, -1 - most / 3, 5);
     }
+  }
+}
+
+// Rows are taken in fours, two results at a time: every height, and widths around what rows in fours reach.
+TEST(Convolve, kernelsOfAllHeightsAndOfWidthsAroundTheGreatestReach) {
+  test::Random random(15);
+  const auto check = [&](int width, int height, COLOR_MODEL model) {
+    catalogue::Kernel kernel{width, height, {}};
+    const int most = height % 3 == 0 ? 127 : height % 3 == 1 ? 40000 : 2;
+    for (int k = 0; k < width * height; ++k) kernel.weights.push_back(random.between(-most, most));
+    const CPxImage image = randomImage(random, {model, 8}, 67, 5);
+    equalsItsTwin("convolve", image, kernel, height * most, height - 8);
+    for (double& weight : kernel.weights) weight *= 0.37 / most;
+    equalsItsTwin("convolve-real", image, kernel, 1, 3);
+  };
+  for (int height = 1; height <= 34; ++height) {
+    check(random.between(1, 3), height, CM_GRAY);
+    check(1, height, CM_RGBA);
+  }
+  for (const int width : {32, 33, 34, 64, 65, 128, 129, 130, 131}) {
+    check(width, 1, CM_GRAY);
+    check(width, 2, CM_GRAYA);
+    check(width, 1, CM_RGBA);
   }
 }
 

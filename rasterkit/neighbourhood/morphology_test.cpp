@@ -226,7 +226,7 @@ TEST(Morphology, everySizeAgreesWithTheDefinition) {
                                                  std::clamp(y + j, 0, before.height - 1), c));
             setSample(expected, x, y, c, least);
           }
-      for (const char* const level : {"baseline", "v2", "v3", "v4"}) {
+      for (const char* const level : {"baseline", "v2", "v3", "v4", "best"}) {
         if (!useLevel(level)) continue;
         EXPECT_PICTURE(eroded(before, size), expected) << "size " << size;
         CPxImage inPlace = before;
@@ -252,7 +252,7 @@ TEST(Morphology, wideRowsAgreeWithTheDefinition) {
             if (std::strong_order(greatest, sampleAt(before, u, 0, c)) < 0) greatest = sampleAt(before, u, 0, c);
           setSample(expected, x, 0, c, greatest);
         }
-      for (const char* const level : {"baseline", "v2", "v3", "v4"}) {
+      for (const char* const level : {"baseline", "v2", "v3", "v4", "best"}) {
         if (!useLevel(level)) continue;
         EXPECT_PICTURE(dilated(before, size), expected) << nameOf(type) << ", size " << size << ", " << level;
       }

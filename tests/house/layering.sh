@@ -46,7 +46,7 @@ check_conditions() {
   grep -rnE '^ *#.*\b(_WIN32|WIN32|__linux__|__APPLE__|__unix__|__MINGW32__)\b' rasterkit catalogue tools --include='*.h' --include='*.cpp' 2>/dev/null |
     grep -v '^rasterkit/platform/' | sed 's/$/  (asks for the system outside platform)/'
   grep -rnE '^ *#.*\b(__x86_64__|__i386__|__aarch64__|__SSE|__AVX|_M_X64)' rasterkit catalogue tools --include='*.h' --include='*.cpp' 2>/dev/null |
-    grep -vE '_kernels(_vbmi)?\.cpp:|/processor_[a-z0-9]+\.cpp:|/kernel_[a-z]+\.h:' | sed 's/$/  (asks for the processor outside a kernel file)/'
+    grep -vE '_kernels(_vbmi|_vnni)?\.cpp:|/processor_[a-z0-9]+\.cpp:|/kernel_[a-z]+\.h:' | sed 's/$/  (asks for the processor outside a kernel file)/'
 }
 
 found=$(check_directions; check_public_headers; check_conditions)

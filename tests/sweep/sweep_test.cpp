@@ -21,7 +21,7 @@ using test::randomImage;
 
 const std::pair<int, int> kSizes[] = {{0, 0}, {0, 3},  {4, 0}, {1, 1},  {2, 2},   {3, 3},
                                       {1, 9}, {17, 1}, {5, 4}, {33, 7}, {67, 19}, {130, 6}};
-constexpr const char* kLevels[] = {"baseline", "v2", "v3", "v4"};
+constexpr const char* kLevels[] = {"baseline", "v2", "v3", "v4", "best"};
 
 // The same on every platform, unlike std::hash.
 std::uint64_t seedOf(const std::string& name) {
