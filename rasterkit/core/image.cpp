@@ -1,6 +1,7 @@
 #include <rasterkit/core/image.h>
 
 #include "rasterkit/core/storage.h"
+#include "rasterkit/platform/memory.h"
 
 #include <algorithm>
 #include <climits>
@@ -10,9 +11,6 @@
 #include <new>
 
 namespace {
-
-// Cache lines and the widest vectors are 64 bytes.
-constexpr std::size_t kAlignment = 64;
 
 // True where the image has the model and from `least` to `most` bits a sample.
 int is(const CPxImage* image, COLOR_MODEL model, int least, int most) {
@@ -53,9 +51,7 @@ const tagRGBA* CPxPalette::GetPaletteItem(int index) const {
 
 // CPxImage ------------------------------------------------------------------------------------------------------------
 
-void CPxImage::FreeBlock::operator()(unsigned char* block) const {
-  ::operator delete (block, std::align_val_t{kAlignment});
-}
+void CPxImage::FreeBlock::operator()(unsigned char* block) const { rasterkit::freeBlock(block); }
 void CPxImage::FreeRows::operator()(void** rows) const { std::free(rows); }
 
 CPxImage::CPxImage() { forget(); }
@@ -175,8 +171,7 @@ void Storage::allocate(CPxImage& image, std::int64_t bytesPerLine, int height, S
 
   if (!image.rows_ || image.blockSize_ != size || image.rowCount_ != height) {
     image.Remove();
-    image.block_.reset(
-        static_cast<unsigned char*>(::operator new (static_cast<std::size_t>(size), std::align_val_t{kAlignment})));
+    image.block_.reset(static_cast<unsigned char*>(allocateBlock(static_cast<std::size_t>(size))));
     image.rows_.reset(static_cast<void**>(std::calloc(static_cast<std::size_t>(height) + 1, sizeof(void*))));
     if (!image.rows_) throw std::bad_alloc();
     image.blockSize_ = size;

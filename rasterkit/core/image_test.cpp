@@ -69,8 +69,8 @@ TEST(Image, bitsChooseTheSampleWidth) {
 }
 
 TEST(Image, theBlockIsAlignedForTheWidestVectors) {
-  for (int width = 1; width < 200; width += 7)
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(CPxImage(CM_GRAY, 8, width, 3).GetBuffer()) % 64, 0u);
+  for (const auto& [width, height] : {std::pair{1, 1}, {9, 3}, {65, 2}, {1000, 900}, {2049, 2049}, {4100, 3001}})
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(CPxImage(CM_GRAY, 8, width, height).GetBuffer()) % 64, 0u);
 }
 
 TEST(Image, createClearsAndKeepsABlockOfTheSameShape) {
