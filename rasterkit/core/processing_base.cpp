@@ -46,7 +46,7 @@ unsigned char** CPxImageProcessingBase::GetAOIImage() const {
 int CPxImageProcessingBase::GetPlane(int plane, CPxImage& out) {
   if (!image_ || !Storage::holdsItsPixels(*image_)) return 0;
   const int channels = CPxImageInfo::GetChannel(image_->colorModel);
-  if (channels <= 1 || channels < plane || !Storage::rowsHold(*image_, channels)) return 0;
+  if (channels == 1 || channels < plane || !Storage::rowsHold(*image_, channels)) return 0;
 
   CPxImage kept;  // the source, where out is about to replace it
   if (&out == image_) kept = std::move(*image_);
@@ -55,7 +55,7 @@ int CPxImageProcessingBase::GetPlane(int plane, CPxImage& out) {
   const bool copies = plane >= 0 && plane < channels && sampleClass(source.bitsPerSample) != SampleClass::none;
   Storage::create(out, CM_GRAY, source.bitsPerSample, source.width, source.height, 0,
                   copies ? Storage::Samples::any : Storage::Samples::zero);
-  if (!copies) return 1;
+  if (!copies || !out.IsCreated()) return 1;  // none is, of fewer than 0 bits
 
   bySampleSize(source.bitsPerSample, [&]<class S>() {
     const auto in = viewOf<S>(source, channels);
@@ -72,7 +72,7 @@ int CPxImageProcessingBase::SetPlane(int plane, CPxImage& in) {
   if (!image_ || !Storage::holdsItsPixels(*image_) || !Storage::holdsItsPixels(in)) return 0;
   if (in.width != image_->width || in.height != image_->height) return 0;
   const int channels = CPxImageInfo::GetChannel(image_->colorModel);
-  if (channels <= 1 || channels < plane || !Storage::rowsHold(*image_, channels)) return 0;
+  if (channels == 1 || channels < plane || !Storage::rowsHold(*image_, channels)) return 0;
   if (plane < 0 || plane >= channels || sampleClass(image_->bitsPerSample) == SampleClass::none) return 1;
 
   const int bytes = sampleBytes(image_->bitsPerSample);

@@ -41,7 +41,8 @@ class RASTERKIT_API CPxImageProcessingBase {
   /// plane    0 to channels - 1; the channel count itself, or a negative plane, gives an image of zeros.
   /// out      is created with the image's size and bits; may be the image itself.
   /// returns  1, beyond 32 bits a sample too (zeros); 0 for one channel, or a plane above the channel count (out
-  /// untouched).
+  ///          untouched).
+  /// cost     one pass.
   int GetPlane(int plane, CPxImage& out);
 
   /// Copies the samples of in into one channel of the image.
@@ -50,11 +51,10 @@ class RASTERKIT_API CPxImageProcessingBase {
   ///
   /// plane    0 to channels - 1; the channel count itself, or a negative plane, copies nothing.
   /// in       of the image's size; its model and bits are not looked at, but its pixel must have at least the bytes of
-  /// one
-  ///          sample of the image.
+  ///          one sample of the image. May be the image itself.
   /// returns  1, beyond 32 bits a sample too (unchanged); 0 for another size, one channel, a plane above the channel
-  /// count, or
-  ///          a pixel of too few bytes (the image unchanged).
+  ///          count, or a pixel of too few bytes (the image unchanged).
+  /// cost     one pass, no memory; a row where in is the image itself.
   int SetPlane(int plane, CPxImage& in);
 
  private:

@@ -87,6 +87,30 @@ TEST(GetPlane, countsTheChannelsOfTheModel) {
   EXPECT_PICTURE(out, gray8({{2, 5}}));
 }
 
+TEST(GetPlane, ofAnUnknownModelHasNoPlaneToCopy) {
+  CPxImage image = rgb8({{1, 2, 3, 4, 5, 6}}), out = gray8({{7}});
+  image.colorModel = static_cast<COLOR_MODEL>(7);
+  EXPECT_EQ(CPxImageProcessingBase(&image).GetPlane(1, out), 0);
+  EXPECT_PICTURE(out, gray8({{7}}));
+  EXPECT_EQ(CPxImageProcessingBase(&image).GetPlane(0, out), 1);
+  EXPECT_TRUE(identical(out, CPxImage(CM_GRAY, 8, 2, 1)));
+  EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(0, out), 1);
+  EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(1, out), 0);
+  image.colorModel = CM_RGB;
+  EXPECT_PICTURE(image, rgb8({{1, 2, 3, 4, 5, 6}}));
+}
+
+TEST(GetPlane, ofFewerThanNoBitsIsAnEmptyImage) {
+  CPxImage image = rgb8({{1, 2, 3, 4, 5, 6}}), out = gray8({{7}});
+  image.bitsPerSample = -1;  // bytes, but no image of such bits can be created
+  EXPECT_EQ(CPxImageProcessingBase(&image).GetPlane(1, out), 1);
+  EXPECT_EQ(out.IsCreated(), 0);
+  CPxImage plane = gray8({{50, 60}});
+  EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(1, plane), 1);
+  image.bitsPerSample = 8;
+  EXPECT_PICTURE(image, rgb8({{1, 50, 3, 4, 60, 6}}));
+}
+
 TEST(GetPlane, intoTheSourceItself) {
   CPxImage image = rgb8({{1, 2, 3, 4, 5, 6}});
   EXPECT_EQ(CPxImageProcessingBase(&image).GetPlane(1, image), 1);

@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
+#include <iterator>
+#include <new>
 #include <utility>
 
 #include "catalogue/catalogue.h"
@@ -28,6 +31,26 @@ std::uint64_t seedOf(const std::string& name) {
   std::uint64_t seed = 1;
   for (const char c : name) seed = seed * 31 + static_cast<unsigned char>(c);
   return seed;
+}
+
+// One to three of the public members as a caller might leave them.
+void overwriteMembers(Random& random, CPxImage& image) {
+  static const int numbers[] = {INT_MIN, -33, -8, -1, 0, 1, 2, 3, 4, 5, 8, 9, 16, 17, 32, 33, 64, 4096, INT_MAX};
+  for (int changes = random.between(1, 3); changes > 0; --changes) {
+    const int number = numbers[random.between(0, int(std::size(numbers)) - 1)];
+    switch (random.between(0, 7)) {
+      case 0: image.colorModel = static_cast<COLOR_MODEL>(random.between(-1, 24)); break;
+      case 1: image.channels = number; break;
+      case 2: image.bitsPerSample = number; break;
+      case 3: image.width = number; break;
+      case 4: image.height = number; break;
+      case 5: image.bytesPerLine = number; break;
+      case 6: image.bufferSize = number; break;
+      default:
+        if (image.channelBits) image.channelBits[0] = number;
+        break;
+    }
+  }
 }
 
 class Sweep : public testing::TestWithParam<std::string> {
@@ -148,6 +171,33 @@ TEST_P(Sweep, anImageThatIsNotCreatedOrDescribesMoreThanItHoldsIsRefused) {
     refused("longer rows than the block has");
     source = CPxImage();
     refused("not created");
+  }
+}
+
+// No result is asked for: nothing outside an image may be touched, which the sanitizers see best.
+TEST_P(Sweep, membersThatACallerOverwroteAreSafe) {
+  for (int round = 0; round < 12; ++round) {
+    for (const PixelType type : typesFor(operation)) {
+      Draw draw = drawn(random, operation, randomImage(random, type, random.between(0, 40), random.between(0, 6)));
+      CPxImage source = draw.source, dst = someImage(source), mask = draw.mask;
+      if (operation.result.where == Where::inPlace || operation.result.where == Where::inPlaceReshaped) dst = source;
+      Call call(operation, source, dst);
+      for (const auto& [name, value] : draw.arguments) call.set(name, value);
+      for (auto& [name, image] : draw.images) call.set(name, &image);
+      if (draw.masked) call.mask = &mask;
+      if (operation.readsSeries) call.series = {&source, &source};
+      overwriteMembers(random, random.oneIn(2) ? source : dst);
+      if (random.oneIn(2)) overwriteMembers(random, random.oneIn(2) ? dst : mask);
+      for (auto& [name, image] : draw.images)
+        if (random.oneIn(2)) overwriteMembers(random, image);
+      SCOPED_TRACE(describe(operation, draw));
+      try {
+        operation.run(call);
+      } catch (const std::bad_alloc&) {  // for an image as large as the members say
+      }
+      const CPxImage copy = dst;  // what is left can still be read, or counts as not created
+      EXPECT_TRUE(!copy.IsCreated() || copy.bufferSize == dst.bufferSize);
+    }
   }
 }
 
