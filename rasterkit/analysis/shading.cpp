@@ -7,59 +7,81 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <type_traits>
 
 namespace rasterkit {
 namespace {
 
-template <class S>
-const ShadingRows<S>& shadingRows() {
-  if constexpr (std::is_same_v<S, std::uint8_t>) return kernels<ShadingKernels>().bytes;
-  if constexpr (std::is_same_v<S, std::uint16_t>) return kernels<ShadingKernels>().words;
-}
+using Levels = std::array<std::int32_t, 4>;
 
-// Levels and live flags for a run of interleaved pixels.
+// Levels, and which samples are corrected, for a run of interleaved pixels.
 template <class S>
 struct Pattern {
   static constexpr std::size_t kPixels = 256;
 
-  Pattern(const std::array<std::int32_t, 4>& level, std::size_t channels_) : channels(channels_) {
-    for (std::size_t i = 0; i < kPixels * channels; ++i) {
+  Pattern(const Levels& level, std::size_t channels) : samples(kPixels * channels) {
+    for (std::size_t i = 0; i < samples; ++i) {
       const std::size_t k = i % channels;
-      wide[i] = level[k];
       levels[i] = static_cast<float>(level[k]);
+      wholeLevels[i] = static_cast<S>(level[k]);
       live[i] = k < 3 ? static_cast<S>(~0) : S(0);
-      isWide = isWide || level[k] < 0;  // of a blank image of another type
     }
   }
 
-  std::size_t channels;
-  bool isWide = false;
-  std::int32_t wide[kPixels * 4];
+  std::size_t samples;
   float levels[kPixels * 4];
+  S wholeLevels[kPixels * 4];
   S live[kPixels * 4];
 };
 
+// s = level * s / blank.
+void divide(std::uint8_t* samples, const std::uint8_t* blank, std::size_t n, const Pattern<std::uint8_t>& pattern) {
+#if RASTERKIT_HAS_VBMI
+  if (servesBytePermutes()) return vbmi::divideBytes(samples, blank, n, pattern.wholeLevels);
+#endif
+  kernels<ShadingKernels>().bytes.divide(samples, blank, n, pattern.levels);
+}
+
+// f(samples, blank, n, pattern) for runs that begin with a pixel.
+template <class S, class F>
+void eachRun(View<S> out, View<const S> blank, const Levels& level, F f) {
+  const Pattern<S> pattern(level, static_cast<std::size_t>(out.channels));
+  for (int y = 0; y < out.height; ++y)
+    for (std::size_t i = 0; i < out.samples(); i += pattern.samples)
+      f(out.row(y) + i, blank.row(y) + i, std::min(pattern.samples, out.samples() - i), pattern);
+}
+
 template <class S>
-void correct(View<S> out, View<const S> blank, const std::array<std::int32_t, 4>& level) {
-  const ShadingRows<S>& rows = shadingRows<S>();
+void correct(View<S> out, View<const S> blank, const Levels& level) {
+  const ShadingRows<S>& rows = kernelsOf<ShadingKernels, S>();
   if (out.channels == 1) {
     for (int y = 0; y < out.height && level[0] != 0; ++y) rows.scale(out.row(y), blank.row(y), out.samples(), level[0]);
     return;
   }
-  const Pattern<S> pattern(level, static_cast<std::size_t>(out.channels));
-  const std::size_t run = Pattern<S>::kPixels * pattern.channels;
+  if constexpr (sizeof(S) == 1)
+    if (out.channels == 3) return eachRun(out, blank, level, divide);
+  eachRun(out, blank, level, [&](S* samples, const S* by, std::size_t n, const Pattern<S>& pattern) {
+    rows.reverse(samples, by, n, pattern.levels, pattern.live);
+  });
+}
+
+// The same one sample at a time, for levels below 0: those of float blanks that became others.
+template <class S>
+void correctPlainly(View<S> out, View<const S> blank, const Levels& level) {
   for (int y = 0; y < out.height; ++y) {
-    for (std::size_t i = 0; i < out.samples(); i += run) {
-      S* const samples = out.row(y) + i;
-      const S* const by = blank.row(y) + i;
-      const std::size_t n = std::min(run, out.samples() - i);
-      if (rows.divide && out.channels == 3)
-        rows.divide(samples, by, n, pattern.levels);
-      else if (pattern.isWide)
-        rows.reverseAny(samples, by, n, pattern.wide, pattern.live);
-      else
-        rows.reverse(samples, by, n, pattern.levels, pattern.live);
+    for (std::size_t i = 0; i < out.samples(); ++i) {
+      const auto k = i % static_cast<std::size_t>(out.channels);
+      S& sample = out.row(y)[i];
+      const std::int32_t by = blank.row(y)[i], product = wrappedProduct(by, sample);
+      std::int32_t dividend = level[k], divisor = product;
+      if (out.channels == 1)
+        dividend = product, divisor = level[k];
+      else if (out.channels == 3 && sizeof(S) == 1)
+        dividend = wrappedProduct(level[k], sample), divisor = by;
+      if (k == 3 || sample == 0 || divisor == 0) continue;
+      const std::int64_t quotient = std::int64_t{dividend} / divisor;
+      sample = static_cast<S>(std::min<std::int64_t>(quotient, std::numeric_limits<S>::max()) & 0xFF);
     }
   }
 }
@@ -126,13 +148,14 @@ int CIMPShadingCorrect::ShadingCorrect() {
   if (image->bitsPerSample > 16 || channels == 0 || channels == 2) return 1;
   if (pixelBytes(*image) != pixelBytes(blank_)) return 0;
 
-  std::array<std::int32_t, 4> level = {};
+  Levels level = {};
   for (std::size_t k = 0; k < 4; ++k)
     level[k] = std::min(truncated(mean_[k] + 0.5), image->bitsPerSample <= 8 ? 255 : 65535);
-  const CPxImage& blank = blank_;
-  if (image->bitsPerSample <= 8)
-    correct(viewOf<std::uint8_t>(*image, channels), viewOf<std::uint8_t>(blank, channels), level);
-  else
-    correct(viewOf<std::uint16_t>(*image, channels), viewOf<std::uint16_t>(blank, channels), level);
-  return 1;
+  const bool isPlain = std::any_of(level.begin(), level.begin() + std::min(channels, 3), [](int m) { return m < 0; });
+  return byWholeSampleType(image->bitsPerSample, [&]<class S>() {
+    const auto out = viewOf<S>(*image, channels);
+    const auto blank = viewOf<S>(static_cast<const CPxImage&>(blank_), channels);
+    isPlain ? correctPlainly(out, blank, level) : correct(out, blank, level);
+    return 1;
+  });
 }

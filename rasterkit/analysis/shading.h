@@ -3,7 +3,7 @@
 
 #include <rasterkit/core/processing_base.h>
 
-/// Corrects an image in place with a blank image: a picture of an evenly lit empty field.
+/// Corrects an image in place with a blank image: a picture of an evenly lit empty field. Threads: as the base class.
 class RASTERKIT_API CIMPShadingCorrect : public CPxImageProcessingBase {
  public:
   CIMPShadingCorrect() = default;

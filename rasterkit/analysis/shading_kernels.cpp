@@ -27,16 +27,13 @@ void scaleBytes(uint8_t* samples, const uint8_t* blank, size_t n, int32_t level)
   }
 }
 
-// Of 31-bit dividends the multiplier has 32 bits.
+// The true quotient is whole, or at least 1 / level away from the next whole number outward. A reciprocal that is too
+// large by 2^-50 of itself moves it outward by less than that, and by more than the roundings take back.
 void scaleWords(uint16_t* samples, const uint16_t* blank, size_t n, int32_t level) {
-  const int shift = 31 + bitsUpTo(level);
-  const auto divisor = static_cast<uint64_t>(level);
-  const auto multiplier = static_cast<uint32_t>(((uint64_t{1} << shift) + divisor - 1) / divisor);
+  const double reciprocal = (1 + 0x1p-50) / level;
   for (size_t i = 0; i < n; ++i) {
-    const int32_t product = wrappedProduct(blank[i], samples[i]);
-    const auto magnitude = static_cast<uint32_t>(product < 0 ? wrappedDifference(0, product) : product);
-    const auto quotient = static_cast<uint32_t>(uint64_t{magnitude} * multiplier >> shift);
-    samples[i] = static_cast<uint16_t>((product < 0 ? 0 - quotient : least(quotient, 65535U)) & 0xFF);
+    const int32_t quotient = truncatedWithin(wrappedProduct(blank[i], samples[i]) * reciprocal);
+    samples[i] = static_cast<uint16_t>(least(quotient, 65535) & 0xFF);
   }
 }
 
@@ -60,17 +57,9 @@ void reverse(S* samples, const S* blank, size_t n, const float* levels, const S*
   }
 }
 
-template <class S, int32_t kGreatest>
-void reverseAny(S* samples, const S* blank, size_t n, const int32_t* levels, const S* live) {
-  for (size_t i = 0; i < n; ++i) {
-    const int32_t divisor = wrappedProduct(blank[i] & live[i], samples[i]);
-    if (divisor) samples[i] = lowByte(least(truncated(static_cast<double>(levels[i]) / divisor), kGreatest));
-  }
-}
-
 }  // namespace
 
-const ShadingKernels shadingKernels = {{scaleBytes, divideBytes, reverse<uint8_t>, reverseAny<uint8_t, 255>},
-                                       {scaleWords, nullptr, reverse<uint16_t>, reverseAny<uint16_t, 65535>}};
+const ShadingKernels shadingKernels = {{scaleBytes, divideBytes, reverse<uint8_t>},
+                                       {scaleWords, nullptr, reverse<uint16_t>}};
 
 }  // namespace rasterkit::RASTERKIT_LEVEL

@@ -13,13 +13,10 @@ template <class S>
 struct ShadingRows {
   // s = blank * s / level; level from 1 to the greatest sample.
   void (*scale)(S* samples, const S* blank, size_t n, int32_t level);
-  // s = level * s / blank, levels[i] that of sample i, from 0 to 255; for bytes.
+  // s = levels[i] * s / blank, for bytes.
   void (*divide)(S* samples, const S* blank, size_t n, const float* levels);
-  // s = levels[i] / (blank * s), levels from 0 to the greatest sample; where live[i] is 0 the sample stays, else it has
-  // all bits set.
+  // s = levels[i] / (blank * s); where live[i] is 0 the sample stays, else it has all bits set.
   void (*reverse)(S* samples, const S* blank, size_t n, const float* levels, const S* live);
-  // The same for levels down to the least integer.
-  void (*reverseAny)(S* samples, const S* blank, size_t n, const int32_t* levels, const S* live);
 };
 
 struct ShadingKernels {
@@ -28,5 +25,12 @@ struct ShadingKernels {
 };
 
 RASTERKIT_KERNEL_TABLE(ShadingKernels, shadingKernels)
+
+#if RASTERKIT_HAS_VBMI
+namespace vbmi {
+// ShadingRows<uint8_t>::divide.
+extern void (*const divideBytes)(uint8_t* samples, const uint8_t* blank, size_t n, const uint8_t* levels);
+}  // namespace vbmi
+#endif
 
 }  // namespace rasterkit

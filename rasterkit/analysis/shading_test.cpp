@@ -4,8 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <limits>
 #include <type_traits>
+#include <vector>
 
 #include "tests/support/picture.h"
 
@@ -207,26 +211,110 @@ TEST(Shading, correctsItsOwnBlankAsASeparateImage) {
   EXPECT_PICTURE(*shading.GetBlankImage(), corrected(picture, picture));
 }
 
-/// Every pair of sample and blank, at every level.
-TEST(Shading, dividesExactly) {
-  CPxImage blank(CM_GRAY, 8, 256, 256), image = blank;
-  for (int y = 0; y < 256; ++y)
-    for (int x = 0; x < 256; ++x) test::setSample(image, x, y, 0, x), test::setSample(blank, x, y, 0, y);
+// What a blank of these means makes of an image, with other samples in it.
+void correctBy(CPxImage& image, const std::vector<double>& means, const CPxImage& blank) {
+  CIMPShadingCorrect shading(&image);
+  CPxImage flat(image.colorModel, image.bitsPerSample, 1, 1);
+  for (std::size_t k = 0; k < means.size(); ++k) test::setSample(flat, 0, 0, static_cast<int>(k), means[k]);
+  shading.SetBlankImage(&flat);
+  *shading.GetBlankImage() = blank;
+  ASSERT_EQ(shading.ShadingCorrect(), 1);
+}
+
+template <class S>
+S* samplesOf(CPxImage& image, int row) {
+  return static_cast<S*>(image.Get2DBuffer()[row]);
+}
+
+/// Every pair of sample and blank, at every mean.
+TEST(Shading, dividesBytesExactly) {
+  CPxImage grey(CM_GRAY, 8, 256, 256), greyBlank = grey, colour(CM_RGB, 8, 256, 256), colourBlank = colour;
+  for (int blank = 0; blank < 256; ++blank) {
+    for (int i = 0; i < 3 * 256; ++i) {
+      samplesOf<std::uint8_t>(colour, blank)[i] = static_cast<std::uint8_t>(i / 3);
+      samplesOf<std::uint8_t>(colourBlank, blank)[i] = static_cast<std::uint8_t>(blank);
+    }
+    for (int i = 0; i < 256; ++i) {
+      samplesOf<std::uint8_t>(grey, blank)[i] = static_cast<std::uint8_t>(i);
+      samplesOf<std::uint8_t>(greyBlank, blank)[i] = static_cast<std::uint8_t>(blank);
+    }
+  }
   for (const char* const level : {"baseline", "v2", "v3", "v4"}) {
     if (!useLevel(level)) continue;
-    for (int mean = 1; mean < 256; mean += mean < 8 ? 1 : 31) {
-      CPxImage result = image;
-      CIMPShadingCorrect shading(&result);
-      const CPxImage flat = gray8({{static_cast<double>(mean)}});
-      shading.SetBlankImage(&flat);
-      *shading.GetBlankImage() = blank;
-      ASSERT_EQ(shading.ShadingCorrect(), 1);
-      for (int y = 0; y < 256; ++y)
-        for (int x = 0; x < 256; ++x)
-          ASSERT_EQ(test::sampleAt(result, x, y), std::min(x * y / mean, 255)) << x << " " << y << " " << mean;
+    for (int mean = 0; mean < 256; ++mean) {
+      CPxImage greyResult = grey, colourResult = colour;
+      correctBy(greyResult, {double(mean)}, greyBlank);
+      correctBy(colourResult, {double(mean), double(mean ^ 1), double(255 - mean)}, colourBlank);
+      const int means[] = {mean, mean ^ 1, 255 - mean};
+      int wrong = 0;
+      for (int blank = 0; blank < 256; ++blank) {
+        for (int s = 0; s < 256; ++s) {
+          wrong += samplesOf<std::uint8_t>(greyResult, blank)[s] != (mean ? std::min(blank * s / mean, 255) : s);
+          for (int k = 0; k < 3; ++k)
+            wrong += samplesOf<std::uint8_t>(colourResult, blank)[3 * s + k] !=
+                     (blank ? std::min(means[k] * s / blank, 255) : s);
+        }
+      }
+      ASSERT_EQ(wrong, 0) << level << " mean " << mean;
     }
   }
   useLevel("best");
+}
+
+/// Products next to multiples of the mean, up to the greatest one and where they wrap.
+TEST(Shading, dividesWordsExactly) {
+  test::Random random(64);
+  for (const char* const level : {"baseline", "v2", "v3", "v4"}) {
+    if (!useLevel(level)) continue;
+    for (int mean : {1, 2, 3, 5, 7, 255, 256, 257, 2047, 2048, 4095, 16383, 16384, 32767, 32768, 43691, 65534, 65535}) {
+      if (random.oneIn(2)) mean = std::clamp(mean + random.between(-100, 100), 1, 65535);
+      const int blanks[] = {mean,  std::max(mean - 1, 0),    std::min(mean + 1, 65535), 1,     32768,
+                            65535, random.between(0, 65535), random.between(0, 65535),  65534, 0};
+      CPxImage image(CM_GRAY, 16, 65536, 10), blank = image;
+      for (int y = 0; y < 10; ++y)
+        for (int s = 0; s < 65536; ++s) {
+          samplesOf<std::uint16_t>(image, y)[s] = static_cast<std::uint16_t>(s);
+          samplesOf<std::uint16_t>(blank, y)[s] = static_cast<std::uint16_t>(blanks[y]);
+        }
+      correctBy(image, {double(mean)}, blank);
+      for (int y = 0; y < 10; ++y) {
+        for (int s = 0; s < 65536; ++s) {
+          const auto product = static_cast<std::int32_t>(static_cast<std::uint32_t>(blanks[y]) * unsigned(s));
+          ASSERT_EQ(samplesOf<std::uint16_t>(image, y)[s], std::min(product / mean, 65535) & 0xFF)
+              << level << " mean " << mean << " blank " << blanks[y] << " sample " << s;
+        }
+      }
+    }
+  }
+  useLevel("best");
+}
+
+/// Means of a float blank that became another: below 0, or none.
+TEST(Shading, withAMeanBelowZeroStoresTheLowByte) {
+  const auto byMean = [](double mean, CPxImage image, const CPxImage& blank) {
+    CIMPShadingCorrect shading(&image);
+    const CPxImage real = picture(CM_RGBA, 32, {{mean, mean, mean, mean}});
+    shading.SetBlankImage(&real);
+    *shading.GetBlankImage() = blank;
+    EXPECT_EQ(shading.ShadingCorrect(), 1);
+    return image;
+  };
+  // -5.9 + 0.5 is truncated to -5: 700 / -5 = -140, low byte 116; 0 stays.
+  EXPECT_PICTURE(byMean(-5.9, gray8({{7, 0, 1}}), gray8({{100, 9, 0}})), gray8({{116, 0, 0}}));
+  // 60000 * 40000 wraps to -1894967296; its quotient is positive and limited.
+  EXPECT_PICTURE(byMean(-5.9, gray16({{7, 40000}}), gray16({{100, 60000}})), gray16({{116, 255}}));
+  // -5 * 7 / 100 = 0, -5 * 250 / 3 = -416, a blank of 0 leaves its sample.
+  EXPECT_PICTURE(byMean(-5.9, rgb8({{7, 250, 9}}), rgb8({{100, 3, 0}})), rgb8({{0, -416 & 0xFF, 9}}));
+  // -5 / (1 * 2) = -2; the fourth sample stays.
+  EXPECT_PICTURE(byMean(-5.9, picture(CM_RGBA, 8, {{2, 0, 7, 8}}), picture(CM_RGBA, 8, {{1, 1, 0, 1}})),
+                 picture(CM_RGBA, 8, {{254, 0, 7, 8}}));
+  for (const double mean : {double(NAN), -1e30}) {  // the least integer
+    EXPECT_PICTURE(byMean(mean, gray8({{7, 0}}), gray8({{100, 9}})), gray8({{0, 0}}));
+    EXPECT_PICTURE(byMean(mean, gray16({{7, 0}}), gray16({{100, 9}})), gray16({{0, 0}}));
+    // Its product with 3 wraps to itself, with 2 to 0; / 7 = -306783378, low byte 110.
+    EXPECT_PICTURE(byMean(mean, rgb8({{3, 2, 9}}), rgb8({{7, 7, 0}})), rgb8({{-306783378 & 0xFF, 0, 9}}));
+  }
+  EXPECT_PICTURE(byMean(1e30, gray8({{7}}), gray8({{100}})), gray8({{0}}));  // beyond an integer too
 }
 
 }  // namespace
