@@ -58,6 +58,12 @@ int report(Call& c, bool (*find)(Call&, Findings&)) {
   return 1;
 }
 
+// Lets the image's pixels vote, then shows in dst what came of it.
+int showVotes(Call& c, int (CPxHoughTransform::*show)(CPxImage&)) {
+  auto transform = c.on<CPxHoughTransform>();
+  return transform.Direct() ? (transform.*show)(c.dst()) : 0;
+}
+
 }  // namespace
 
 bool findPeaks(Call& c, HistogramFindings& found) {
@@ -166,11 +172,7 @@ std::vector<Operation> analysisOperations() {
           .accepts = voters,
           .result = {.where = Where::intoOwnShape, .refusal = Refusal::varies},
           .parameters = {},
-          .run =
-              [](Call& c) {
-                auto transform = c.on<CPxHoughTransform>();
-                return transform.Direct() ? transform.DetectLine(c.dst()) : 0;
-              },
+          .run = [](Call& c) { return showVotes(c, &CPxHoughTransform::DetectLine); },
           .reach = Reach::wholeImage(),
           .formula = "a line's grey is 255 * its votes / the most votes of a line",
           .example = "drawlines",
@@ -182,11 +184,7 @@ std::vector<Operation> analysisOperations() {
           .accepts = voters,
           .result = {.where = Where::intoOwnShape, .refusal = Refusal::varies},
           .parameters = {},
-          .run =
-              [](Call& c) {
-                auto transform = c.on<CPxHoughTransform>();
-                return transform.Direct() ? transform.GetDisplayImage(c.dst()) : 0;
-              },
+          .run = [](Call& c) { return showVotes(c, &CPxHoughTransform::GetDisplayImage); },
           .reach = Reach::wholeImage(),
           .formula = "dst[rho, theta] = 255 * votes[rho, theta] / the most votes",
           .example = "hough",

@@ -23,6 +23,8 @@ enum HIST_FLAG : int {
 ///             minimum 2147483647, the position -1), writing does nothing.
 /// counts      sums, differences and counts wrap in 32 bits.
 /// memory      a buffer that no memory can be had for throws std::bad_alloc and is absent afterwards.
+/// threads     distinct histograms may be used from distinct threads at once; one may be read by several while none
+///             changes it.
 class RASTERKIT_API CPxHistogram {
  public:
   /// No bins, a linear axis.

@@ -342,13 +342,12 @@ int CPxHoughTransform::DetectLine(CPxImage& out) {
   RemoveThetaRhoArray();
   const int angles = accumulator_.thetaCount_, cells = accumulator_.rhoCount_;
 
-  // Whole counters are compared, so the limits may keep their fractions.
+  // A whole counter is above a limit's whole part where it is above the limit: the limits keep their fractions.
   CPxHistogram byAngle(angles);
   const double angleLimit = 0.6 * accumulator_.GetMax();
   for (int t = 0; t < angles; ++t)
     for (int r = 0; r < cells; ++r)
-      if (accumulator_.row(t)[r] > std::floor(angleLimit))
-        byAngle.AddValue(t, static_cast<int>(accumulator_.row(t)[r]), HIST_RAW);
+      if (accumulator_.row(t)[r] > angleLimit) byAngle.AddValue(t, static_cast<int>(accumulator_.row(t)[r]), HIST_RAW);
   byAngle.SetCircularModel(1);
 
   CPxHoughImage peaks(cells, angles);
@@ -356,7 +355,7 @@ int CPxHoughTransform::DetectLine(CPxImage& out) {
     if (!sines_ || t >= kAngles) continue;  // no line is known there
     CPxHoughLine line;
     line.theta = t;
-    const double limit = std::floor(0.3 * accumulator_.GetRhoMax(t));  // the cell with the angle's number
+    const double limit = 0.3 * accumulator_.GetRhoMax(t);  // the cell with the angle's number
     CPxHistogram byDistance(cells);
     for (int r = 0; r < cells; ++r)
       if (accumulator_.row(t)[r] > limit) byDistance.AddValue(r, static_cast<int>(accumulator_.row(t)[r]), HIST_RAW);

@@ -10,6 +10,8 @@
 ///             2147483647, null), writing does nothing.
 /// counters    32 bits, unsigned, on every system; they wrap.
 /// memory      an accumulator that no memory can be had for throws std::bad_alloc and is empty afterwards.
+/// threads     distinct accumulators may be used from distinct threads at once; one may be read by several while none
+///             changes it.
 class RASTERKIT_API CPxHoughImage {
  public:
   CPxHoughImage() { Initialize(); }
@@ -81,7 +83,7 @@ class CPxHoughLine {
 ///     rho:   cells of about one pixel, from -sqrt(W * W + H * H) to +sqrt(W * W + H * H), W x H the image
 ///
 /// The column is counted from 1 in votes, from 0 where lines are drawn and clipped. The sines and cosines are
-/// constants, the same on every system. Copies have counters and lines of their own.
+/// constants, the same on every system. Copies have counters and lines of their own. Threads: as the base class.
 class RASTERKIT_API CPxHoughTransform : public CPxImageProcessingBase {
  public:
   CPxHoughTransform() = default;
@@ -120,10 +122,10 @@ class RASTERKIT_API CPxHoughTransform : public CPxImageProcessingBase {
 
   /// Finds the dominant angles, then the dominant distances at each of them, and draws these lines.
   ///
-  ///     angles     at most two peaks of a circular histogram over the angles, of the counters above 0.6 of the
-  ///     greatest distances  the peaks of a histogram of the counters above 0.3 of the greatest in the distance cell
-  ///     whose index
-  ///                is the angle's
+  ///     angles     at most two: the peaks of a circular histogram over the angles, of the counters above 0.6 of the
+  ///                greatest
+  ///     distances  the peaks of a histogram over the distances, of the angle's counters above 0.3 of the greatest one
+  ///                in the distance cell whose index is the angle's
   ///
   /// out      an 8-bit grey image of the image's size, black but for the lines: Inverse.
   /// returns  1, before Direct too: no lines.

@@ -35,7 +35,8 @@ class RASTERKIT_API CPxHistogramDensity {
 /// Smooths a histogram, finds its maxima and minima, and reduces the maxima to a few dominant ones.
 ///
 /// The histogram is not owned. The three arrays hold CPxHistogramDensity records that this object owns: they live until
-/// the next analysis. Copies have records of their own.
+/// the next analysis. Copies have records of their own. Threads: distinct objects on distinct histograms may be used
+/// from distinct threads at once.
 class RASTERKIT_API CPxHistogramProcessing {
  public:
   CPxHistogramProcessing() = default;

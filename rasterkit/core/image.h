@@ -1,8 +1,8 @@
 #pragma once
 /// The image container, its palette and descriptor, collections of images, and the colour-model predicates.
 ///
-/// Threads: distinct images may be used from distinct threads at once. One image may be read by several threads while
-/// none changes it.
+/// Threads: distinct objects may be used from distinct threads at once. One may be read by several threads while none
+/// changes it.
 
 #include <rasterkit/core/pixels.h>
 #include <rasterkit/platform/export.h>
@@ -48,13 +48,11 @@ class RASTERKIT_API CPxPalette {
 ///
 ///     sample (x, y, channel) = row y, element x * channels + channel
 ///
-/// bits a sample   at most 8: unsigned 8-bit samples; 9 to 16: unsigned 16-bit; 17 to 32: float. Images of more bits
-/// can be
-///                 created (4 bytes a sample), but operations refuse them.
-/// members         public, and always those of the pixel block. Code that changes one makes the image describe other
-/// pixels;
-///                 an operation treats an image whose members reach beyond its block as not created.
-/// memory          an image that no memory can be had for throws std::bad_alloc and is empty afterwards.
+/// bits      of a sample: at most 8 are unsigned 8-bit samples, 9 to 16 unsigned 16-bit, 17 to 32 float. Images of more
+///           bits can be created (4 bytes a sample), but operations refuse them.
+/// members   public, and always those of the pixel block. Code that changes one makes the image describe other pixels;
+///           operations treat an image whose members reach beyond its block as not created.
+/// memory    an image that no memory can be had for throws std::bad_alloc and is empty afterwards.
 class RASTERKIT_API CPxImage {
  public:
   /// An empty image: all numbers 0, pointers null, no palette entries.
