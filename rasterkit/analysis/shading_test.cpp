@@ -239,7 +239,7 @@ TEST(Shading, dividesBytesExactly) {
       samplesOf<std::uint8_t>(greyBlank, blank)[i] = static_cast<std::uint8_t>(blank);
     }
   }
-  for (const char* const level : {"baseline", "v2", "v3", "v4"}) {
+  for (const char* const level : {"baseline", "v2", "v3", "v4", "best"}) {
     if (!useLevel(level)) continue;
     for (int mean = 0; mean < 256; ++mean) {
       CPxImage greyResult = grey, colourResult = colour;
@@ -264,7 +264,7 @@ TEST(Shading, dividesBytesExactly) {
 /// Products next to multiples of the mean, up to the greatest one and where they wrap.
 TEST(Shading, dividesWordsExactly) {
   test::Random random(64);
-  for (const char* const level : {"baseline", "v2", "v3", "v4"}) {
+  for (const char* const level : {"baseline", "v2", "v3", "v4", "best"}) {
     if (!useLevel(level)) continue;
     for (int mean : {1, 2, 3, 5, 7, 255, 256, 257, 2047, 2048, 4095, 16383, 16384, 32767, 32768, 43691, 65534, 65535}) {
       if (random.oneIn(2)) mean = std::clamp(mean + random.between(-100, 100), 1, 65535);
