@@ -3,8 +3,8 @@
 #include "rasterkit/core/kernel_numbers.h"
 #include "rasterkit/core/kernel_planes.h"
 
-#if defined(__AVX512F__)
-#include <immintrin.h>
+#if defined(__AVX512DQ__)
+#include "rasterkit/colour/space_lanes.h"
 #endif
 
 namespace rasterkit::RASTERKIT_LEVEL {
@@ -168,70 +168,6 @@ inline ColourPixel ofYcbcr(float first, float second, float third) {
 using Bytes = Planes<uint8_t>;
 using Reals = Planes<float>;
 
-#if defined(__AVX512F__)
-
-// The ways back, 16 pixels at a time, by the same operations as ofHls and ofYcbcr. Truncation by instruction needs no
-// test of its number: what an int cannot hold becomes the indefinite value, whose low byte is 0.
-
-typedef float RealLanes __attribute__((vector_size(64)));
-typedef int32_t IntLanes __attribute__((vector_size(64)));
-typedef double DoubleLanes __attribute__((vector_size(64)));
-
-inline IntLanes truncatedLanes(RealLanes value) {
-  return reinterpret_cast<IntLanes>(_mm512_maskz_cvttps_epi32(0xFFFF, reinterpret_cast<__m512>(value)));
-}
-inline void storeLowBytes(IntLanes value, uint8_t* out) {
-  _mm_store_si128(reinterpret_cast<__m128i*>(out),
-                  _mm512_maskz_cvtepi32_epi8(0xFFFF, reinterpret_cast<__m512i>(value)));
-}
-inline RealLanes loadedLanes(const float* from) { return reinterpret_cast<RealLanes>(_mm512_load_ps(from)); }
-
-inline IntLanes valueLanes(RealLanes m1, RealLanes difference, IntLanes atM1, IntLanes atM2, RealLanes hue) {
-  hue = hue > 360.0F ? hue - 360.0F : hue;
-  hue = hue < 0.0F ? hue + 360.0F : hue;
-  const RealLanes slope = m1 + difference * (hue < 60.0F ? hue : 240.0F - hue) * 0.016666668F;
-  const IntLanes atSlope = truncatedLanes(slope * 255.0F);
-  IntLanes value = hue < 240.0F ? atSlope : atM1;
-  value = hue < 180.0F ? atM2 : value;
-  return hue < 60.0F ? atSlope : value;
-}
-
-inline void hlsLanes(const float* hues, const float* lightnesses, const float* saturations, Bytes& colour, size_t i) {
-  const RealLanes hue = loadedLanes(hues + i), lightness = loadedLanes(lightnesses + i),
-                  saturation = loadedLanes(saturations + i);
-  const RealLanes m2 =
-      lightness <= 0.5F ? lightness * (1.0F + saturation) : lightness + saturation - lightness * saturation;
-  const RealLanes m1 = 2.0F * lightness - m2, difference = m2 - m1;
-  const IntLanes atM1 = truncatedLanes(m1 * 255.0F), atM2 = truncatedLanes(m2 * 255.0F);
-  const IntLanes grey = truncatedLanes(lightness * 255.0F);
-  const auto isGrey = saturation == 0.0F;
-  const auto value = [&](RealLanes turned) { return isGrey ? grey : valueLanes(m1, difference, atM1, atM2, turned); };
-  storeLowBytes(value(hue + 120.0F), colour.third + i);
-  storeLowBytes(value(hue), colour.second + i);
-  storeLowBytes(value(hue - 120.0F), colour.first + i);
-}
-
-inline void ycbcrLanes(const Reals& space, Bytes& colour, size_t i) {
-  __m256i negated[3][2];
-  for (size_t half = 0; half < 2; ++half) {
-    const auto doubles = [&](const float* from) {
-      return reinterpret_cast<DoubleLanes>(_mm512_maskz_cvtps_pd(0xFF, _mm256_load_ps(from + i + half * 8)));
-    };
-    const DoubleLanes y = doubles(space.first), cb = doubles(space.second), cr = doubles(space.third);
-    const DoubleLanes values[3] = {y + 1.772 * cb, y - 0.34414 * cb - 0.71414 * cr, y + 1.402 * cr};
-    for (int c = 0; c < 3; ++c)
-      negated[c][half] = _mm256_sub_epi32(_mm256_setzero_si256(),
-                                          _mm512_maskz_cvttpd_epi32(0xFF, reinterpret_cast<__m512d>(values[c])));
-  }
-  uint8_t* const planes[3] = {colour.first, colour.second, colour.third};
-  for (int c = 0; c < 3; ++c) {
-    const __m512i both = _mm512_maskz_inserti64x4(0xFF, _mm512_castsi256_si512(negated[c][0]), negated[c][1], 1);
-    storeLowBytes(reinterpret_cast<IntLanes>(both), planes[c] + i);
-  }
-}
-
-#endif
-
 template <SpacePixel (*of)(ColourPixel)>
 inline void toSpace(const Bytes& colour, Reals& space, size_t n) {
   const uint8_t* const __restrict blue = colour.first;
@@ -245,24 +181,6 @@ inline void toSpace(const Bytes& colour, Reals& space, size_t n) {
     first[i] = pixel.sample[0];
     second[i] = pixel.sample[1];
     third[i] = pixel.sample[2];
-  }
-}
-
-// Pixels from begin to end.
-template <ColourPixel (*of)(float, float, float)>
-inline void fromSpace(const float* firsts, const float* seconds, const float* thirds, Bytes& colour, size_t begin,
-                      size_t end) {
-  const float* const __restrict first = firsts;
-  const float* const __restrict second = seconds;
-  const float* const __restrict third = thirds;
-  uint8_t* const __restrict blue = colour.first;
-  uint8_t* const __restrict green = colour.second;
-  uint8_t* const __restrict red = colour.third;
-  for (size_t i = begin; i < end; ++i) {
-    const ColourPixel pixel = of(first[i], second[i], third[i]);
-    blue[i] = pixel.blue;
-    green[i] = pixel.green;
-    red[i] = pixel.red;
   }
 }
 
@@ -284,35 +202,6 @@ inline void toYcbcr(const Bytes& colour, Reals& space, size_t n) {
   }
 }
 
-// How many pixels of a block the vectors below take; the others go one by one.
-#if defined(__AVX512F__)
-constexpr size_t kLanes = 16;
-#else
-constexpr size_t kLanes = kBlock + 1;
-inline void hlsLanes(const float*, const float*, const float*, Bytes&, size_t) {}
-inline void ycbcrLanes(const Reals&, Bytes&, size_t) {}
-#endif
-
-inline void fromHls(const float* hue, const float* lightness, const float* saturation, Bytes& colour, size_t n) {
-  const size_t whole = n / kLanes * kLanes;
-  for (size_t i = 0; i < whole; i += kLanes) hlsLanes(hue, lightness, saturation, colour, i);
-  fromSpace<ofHls>(hue, lightness, saturation, colour, whole, n);
-}
-inline void fromHls(Reals& space, Bytes& colour, size_t n) {
-  fromHls(space.first, space.second, space.third, colour, n);
-}
-// The limits in loops of their own: with them the other one does not vectorise.
-inline void fromHsi(Reals& space, Bytes& colour, size_t n) {
-  for (size_t i = 0; i < n; ++i) space.second[i] = withinUnit(space.second[i]);
-  for (size_t i = 0; i < n; ++i) space.third[i] = withinUnit(space.third[i]);
-  fromHls(space.first, space.third, space.second, colour, n);
-}
-inline void fromYcbcr(Reals& space, Bytes& colour, size_t n) {
-  const size_t whole = n / kLanes * kLanes;
-  for (size_t i = 0; i < whole; i += kLanes) ycbcrLanes(space, colour, i);
-  fromSpace<ofYcbcr>(space.first, space.second, space.third, colour, whole, n);
-}
-
 template <void (*to)(const Bytes&, Reals&, size_t), int channels>
 void pixelsToSpace(const uint8_t* in, float* out, size_t n) {
   inBlocks(n, [&](size_t first, size_t count) {
@@ -329,18 +218,79 @@ void toSpaceRow(const uint8_t* in, int channels, float* out, size_t n) {
   channels == 3 ? pixelsToSpace<to, 3>(in, out, n) : pixelsToSpace<to, 4>(in, out, n);
 }
 
-template <void (*from)(Reals&, Bytes&, size_t), int channels>
+// The ways back -----------------------------------------------------------------------------------------------------
+
+#if defined(__AVX512DQ__)
+
+using From = void (*)(SpaceLanes, Bytes&, size_t);
+
+template <From from>
+inline void backFromSpace(const float* pixels, Bytes& colour, size_t n) {
+  size_t i = 0;
+  for (; i + kLanes <= n; i += kLanes) from(splitLanes(pixels + i * 3, kLanes), colour, i);
+  if (i < n) from(splitLanes(pixels + i * 3, n - i), colour, i);
+}
+template <From from>
+inline void backFromSpace(Reals& space, Bytes& colour, size_t n) {
+  for (size_t i = 0; i < n; i += kLanes) from(loadedLanes(space, i), colour, i);
+}
+
+#else
+
+template <ColourPixel (*of)(float, float, float)>
+inline void fromSpace(const float* firsts, const float* seconds, const float* thirds, Bytes& colour, size_t n) {
+  const float* const __restrict first = firsts;
+  const float* const __restrict second = seconds;
+  const float* const __restrict third = thirds;
+  uint8_t* const __restrict blue = colour.first;
+  uint8_t* const __restrict green = colour.second;
+  uint8_t* const __restrict red = colour.third;
+  for (size_t i = 0; i < n; ++i) {
+    const ColourPixel pixel = of(first[i], second[i], third[i]);
+    blue[i] = pixel.blue;
+    green[i] = pixel.green;
+    red[i] = pixel.red;
+  }
+}
+
+// The limits in loops of their own: with them the other one does not vectorise.
+inline void fromHsi(Reals& space, Bytes& colour, size_t n) {
+  for (size_t i = 0; i < n; ++i) space.second[i] = withinUnit(space.second[i]);
+  for (size_t i = 0; i < n; ++i) space.third[i] = withinUnit(space.third[i]);
+  fromSpace<ofHls>(space.first, space.third, space.second, colour, n);
+}
+inline void fromHls(Reals& space, Bytes& colour, size_t n) {
+  fromSpace<ofHls>(space.first, space.second, space.third, colour, n);
+}
+inline void fromYcbcr(Reals& space, Bytes& colour, size_t n) {
+  fromSpace<ofYcbcr>(space.first, space.second, space.third, colour, n);
+}
+
+using From = void (*)(Reals&, Bytes&, size_t);
+
+template <From from>
+inline void backFromSpace(Reals& space, Bytes& colour, size_t n) {
+  from(space, colour, n);
+}
+template <From from>
+inline void backFromSpace(const float* pixels, Bytes& colour, size_t n) {
+  Reals space;
+  split<3>(pixels, space, n);
+  from(space, colour, n);
+}
+
+#endif
+
+template <From from, int channels>
 void pixelsFromSpace(const float* in, uint8_t* out, size_t n) {
   inBlocks(n, [&](size_t first, size_t count) {
     Bytes colour;
-    Reals space;
-    split<3>(in + first * 3, space, count);
-    from(space, colour, count);
+    backFromSpace<from>(in + first * 3, colour, count);
     join<channels>(colour, out + first * channels, count);
   });
 }
 
-template <void (*from)(Reals&, Bytes&, size_t)>
+template <From from>
 void fromSpaceRow(const float* in, uint8_t* out, int channels, size_t n) {
   channels == 3 ? pixelsFromSpace<from, 3>(in, out, n) : pixelsFromSpace<from, 4>(in, out, n);
 }
@@ -357,7 +307,7 @@ void adjustPixels(uint8_t* pixels, SpacePixel added, size_t n) {
       space.second[i] += added.sample[1];
       space.third[i] += added.sample[2];
     }
-    fromHsi(space, colour, count);
+    backFromSpace<fromHsi>(space, colour, count);
     join<channels>(colour, pixels + first * channels, count);
   });
 }
