@@ -30,7 +30,7 @@ inline SpacePixel hsiOf(ColourPixel pixel) {
   return {{grey ? 0.0F : hue, grey ? 0.0F : saturation, intensity}};
 }
 
-inline SpacePixel hlsOf(ColourPixel pixel) {
+[[maybe_unused]] inline SpacePixel hlsOf(ColourPixel pixel) {
   const int red = pixel.red, green = pixel.green, blue = pixel.blue;
   const int most = greatest(greatest(red, green), blue), fewest = least(least(red, green), blue);
   const float sum = static_cast<float>(most + fewest), difference = static_cast<float>(most - fewest);
@@ -88,34 +88,12 @@ inline SpacePixel hsvOf(ColourPixel pixel) {
   return {{grey ? 0.0F : hue, grey ? 0.0F : static_cast<float>(saturation), static_cast<float>((most + fewest) * 0.5)}};
 }
 
-inline SpacePixel ycbcrOf(ColourPixel pixel) {
+[[maybe_unused]] inline SpacePixel ycbcrOf(ColourPixel pixel) {
   constexpr double kUnit = 0.00392156862745098;
   const double red = pixel.red * kUnit, green = pixel.green * kUnit, blue = pixel.blue * kUnit;
   return {{static_cast<float>(0.299 * red + 0.587 * green + 0.114 * blue),
            static_cast<float>(0.5 * blue - (0.16874 * red + 0.33126 * green)),
            static_cast<float>(0.5 * red - 0.41869 * green - 0.08131 * blue)}};
-}
-
-// The quotient of a whole number below 2^24 and of a divisor that a float holds, rounded once. With a fused product the
-// remainder of a first guess is exact, which makes the second one the quotient itself (Markstein, 1990).
-inline float quotient(float number, float divisor, float reciprocal) {
-#if defined(__FMA__)
-  const float guess = number * reciprocal;
-  return __builtin_fmaf(__builtin_fmaf(-guess, divisor, number), reciprocal, guess);
-#else
-  return static_cast<void>(reciprocal), number / divisor;
-#endif
-}
-
-// The same as ycbcrOf in single precision, but for differences of 0: the numerators are whole numbers below 2^24, so
-// each sample is a true quotient rounded once, and that is what the double precision form gives, too, after its smaller
-// errors (compared for all colours). Where a difference is 0, the double precision form gives its own error instead.
-inline SpacePixel ycbcrQuotients(ColourPixel pixel) {
-  const float red = pixel.red, green = pixel.green, blue = pixel.blue;
-  constexpr float kLuma = 255000.0F, kDifference = 25500000.0F;
-  return {{quotient(299.0F * red + 587.0F * green + 114.0F * blue, kLuma, 1 / kLuma),
-           quotient(50000.0F * blue - 16874.0F * red - 33126.0F * green, kDifference, 1 / kDifference),
-           quotient(50000.0F * red - 41869.0F * green - 8131.0F * blue, kDifference, 1 / kDifference)}};
 }
 
 // lowByte(truncated(value)), one comparison shorter: the low byte of what an int cannot hold, and of its least value,
@@ -157,7 +135,7 @@ inline ColourPixel ofHsi(float hue, float saturation, float intensity) {
   return ofHls(hue, withinUnit(intensity), withinUnit(saturation));
 }
 
-inline ColourPixel ofYcbcr(float first, float second, float third) {
+[[maybe_unused]] inline ColourPixel ofYcbcr(float first, float second, float third) {
   const double y = static_cast<double>(first), cb = static_cast<double>(second), cr = static_cast<double>(third);
   const auto negated = [](double value) { return lowByte(wrappedDifference(0, truncated(value))); };
   return {negated(y + 1.772 * cb), negated(y - 0.34414 * cb - 0.71414 * cr), negated(y + 1.402 * cr)};
@@ -184,43 +162,45 @@ inline void toSpace(const Bytes& colour, Reals& space, size_t n) {
   }
 }
 
-inline void toHsi(const Bytes& colour, Reals& space, size_t n) { toSpace<hsiOf>(colour, space, n); }
-inline void toHsv(const Bytes& colour, Reals& space, size_t n) { toSpace<hsvOf>(colour, space, n); }
-inline void toHls(const Bytes& colour, Reals& space, size_t n) { toSpace<hlsOf>(colour, space, n); }
-inline void toYcbcr(const Bytes& colour, Reals& space, size_t n) {
-  toSpace<ycbcrQuotients>(colour, space, n);
-  int zeros = 0;
-  for (size_t i = 0; i < n; ++i) zeros += (space.second[i] == 0.0F) | (space.third[i] == 0.0F);
-  if (zeros == 0) return;
-  constexpr int kFew = 16;
-  if (zeros > kFew) return toSpace<ycbcrOf>(colour, space, n);
-  for (size_t i = 0; i < n; ++i) {
-    if (space.second[i] != 0.0F && space.third[i] != 0.0F) continue;
-    const SpacePixel pixel = ycbcrOf({colour.first[i], colour.second[i], colour.third[i]});
-    space.second[i] = pixel.sample[1];
-    space.third[i] = pixel.sample[2];
-  }
-}
-
-template <void (*to)(const Bytes&, Reals&, size_t), int channels>
+template <SpacePixel (*of)(ColourPixel), int channels>
 void pixelsToSpace(const uint8_t* in, float* out, size_t n) {
   inBlocks(n, [&](size_t first, size_t count) {
     Bytes colour;
     Reals space;
     split<channels>(in + first * channels, colour, count);
-    to(colour, space, count);
+    toSpace<of>(colour, space, count);
     join<3>(space, out + first * 3, count);
   });
 }
 
-template <void (*to)(const Bytes&, Reals&, size_t)>
+template <SpacePixel (*of)(ColourPixel)>
 void toSpaceRow(const uint8_t* in, int channels, float* out, size_t n) {
-  channels == 3 ? pixelsToSpace<to, 3>(in, out, n) : pixelsToSpace<to, 4>(in, out, n);
+  channels == 3 ? pixelsToSpace<of, 3>(in, out, n) : pixelsToSpace<of, 4>(in, out, n);
 }
 
-// The ways back -----------------------------------------------------------------------------------------------------
+// Blocks: there and back, and both with something added between.
 
 #if defined(__AVX512DQ__)
+
+template <SpaceLanes (*to)(ColourLanes), int channels>
+void lanesToSpace(const uint8_t* in, float* out, size_t n) {
+  inBlocks(n, [&](size_t first, size_t count) {
+    Bytes colour;
+    split<channels>(in + first * channels, colour, count);
+    float* const pixels = out + first * 3;
+    size_t i = 0;
+    for (; i + kLanes <= count; i += kLanes) joinLanes(to(loadedLanes(colour, i)), pixels + i * 3, kLanes);
+    if (i < count) joinLanes(to(loadedLanes(colour, i)), pixels + i * 3, count - i);
+  });
+}
+
+template <SpaceLanes (*to)(ColourLanes)>
+void lanesToSpaceRow(const uint8_t* in, int channels, float* out, size_t n) {
+  channels == 3 ? lanesToSpace<to, 3>(in, out, n) : lanesToSpace<to, 4>(in, out, n);
+}
+
+constexpr auto toHsi = lanesToSpaceRow<hsiLanes>, toHls = lanesToSpaceRow<hlsLanes>,
+               toYcbcr = lanesToSpaceRow<ycbcrLanes>;
 
 using From = void (*)(SpaceLanes, Bytes&, size_t);
 
@@ -230,12 +210,19 @@ inline void backFromSpace(const float* pixels, Bytes& colour, size_t n) {
   for (; i + kLanes <= n; i += kLanes) from(splitLanes(pixels + i * 3, kLanes), colour, i);
   if (i < n) from(splitLanes(pixels + i * 3, n - i), colour, i);
 }
-template <From from>
-inline void backFromSpace(Reals& space, Bytes& colour, size_t n) {
-  for (size_t i = 0; i < n; i += kLanes) from(loadedLanes(space, i), colour, i);
+
+inline void adjust(Bytes& colour, SpacePixel added, size_t n) {
+  SpaceLanes hsi[kBlock / kLanes];
+  for (size_t i = 0; i < n; i += kLanes) hsi[i / kLanes] = hsiLanes(loadedLanes(colour, i));
+  for (size_t i = 0; i < n; i += kLanes) {
+    const SpaceLanes& old = hsi[i / kLanes];
+    fromHsi({old.first + added.sample[0], old.second + added.sample[1], old.third + added.sample[2]}, colour, i);
+  }
 }
 
 #else
+
+constexpr auto toHsi = toSpaceRow<hsiOf>, toHls = toSpaceRow<hlsOf>, toYcbcr = toSpaceRow<ycbcrOf>;
 
 template <ColourPixel (*of)(float, float, float)>
 inline void fromSpace(const float* firsts, const float* seconds, const float* thirds, Bytes& colour, size_t n) {
@@ -269,14 +256,21 @@ inline void fromYcbcr(Reals& space, Bytes& colour, size_t n) {
 using From = void (*)(Reals&, Bytes&, size_t);
 
 template <From from>
-inline void backFromSpace(Reals& space, Bytes& colour, size_t n) {
-  from(space, colour, n);
-}
-template <From from>
 inline void backFromSpace(const float* pixels, Bytes& colour, size_t n) {
   Reals space;
   split<3>(pixels, space, n);
   from(space, colour, n);
+}
+
+inline void adjust(Bytes& colour, SpacePixel added, size_t n) {
+  Reals space;
+  toSpace<hsiOf>(colour, space, n);
+  for (size_t i = 0; i < n; ++i) {
+    space.first[i] += added.sample[0];
+    space.second[i] += added.sample[1];
+    space.third[i] += added.sample[2];
+  }
+  fromHsi(space, colour, n);
 }
 
 #endif
@@ -299,15 +293,8 @@ template <int channels>
 void adjustPixels(uint8_t* pixels, SpacePixel added, size_t n) {
   inBlocks(n, [&](size_t first, size_t count) {
     Bytes colour;
-    Reals space;
     split<channels>(pixels + first * channels, colour, count);
-    toSpace<hsiOf>(colour, space, count);
-    for (size_t i = 0; i < count; ++i) {
-      space.first[i] += added.sample[0];
-      space.second[i] += added.sample[1];
-      space.third[i] += added.sample[2];
-    }
-    backFromSpace<fromHsi>(space, colour, count);
+    adjust(colour, added, count);
     join<channels>(colour, pixels + first * channels, count);
   });
 }
@@ -318,10 +305,10 @@ void adjustHsi(uint8_t* pixels, int channels, SpacePixel added, size_t n) {
 
 }  // namespace
 
-const SpaceKernels spaceKernels = {toSpaceRow<toHsi>,
-                                   toSpaceRow<toHsv>,
-                                   toSpaceRow<toHls>,
-                                   toSpaceRow<toYcbcr>,
+const SpaceKernels spaceKernels = {toHsi,
+                                   toSpaceRow<hsvOf>,
+                                   toHls,
+                                   toYcbcr,
                                    fromSpaceRow<fromHsi>,
                                    fromSpaceRow<fromHls>,
                                    fromSpaceRow<fromYcbcr>,
