@@ -46,6 +46,9 @@ void moveColour(const uint8_t* in, uint8_t* out, size_t n) {
 }
 
 void move(const uint8_t* in, uint8_t* out, Steps steps, size_t n) {
+#if defined(__AVX512VBMI__)
+  if (steps.used == 3 && steps.in == 3 && steps.out == 4) return threesToFours(in, out, n);
+#endif
   if (steps.used == 3 && steps.in == 3 && steps.out == 4) return moveColour<3, 4>(in, out, n);
   if (steps.used == 3 && steps.in == 4 && steps.out == 3) return moveColour<4, 3>(in, out, n);
   mapSamples(in, out, steps, n, [](uint8_t s) { return s; });

@@ -85,6 +85,7 @@ int CPxColorProcessing::GraytoRGB(const CPxImage* source, CPxImage* dst, float r
   const auto& table = kernels<ColourKernels>();
   const int from = channelsOf(*source), to = channelsOf(*dst);
   return eachRow<std::uint8_t, std::uint8_t>(*source, *dst, [&](auto in, auto out, auto n) {
+    if (plain && from == 1) return table.spread(in, out, to, n);
     std::array<std::uint8_t, kBlock> grey;
     inBlocks(n, [&](std::size_t first, std::size_t count) {
       const std::uint8_t* greys = in + first * static_cast<std::size_t>(from);

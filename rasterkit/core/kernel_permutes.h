@@ -105,5 +105,23 @@ inline void joinFours(const uint8_t* first, const uint8_t* second, const uint8_t
   }
 }
 
+// Threes into the first three bytes of each four, 16 pixels at a time: straight from one to the other.
+inline void threesToFours(const uint8_t* in, uint8_t* out, size_t n) {
+  static constexpr BytesOfThree spread([](int i) { return i / 4 * 3 + i % 4; });
+  constexpr __mmask64 threeOfFour = 0x7777777777777777;
+  const __m512i at = _mm512_load_si512(spread.places);
+  size_t i = 0;
+  // A whole vector reads 16 bytes more than it needs.
+  for (; i + 22 <= n; i += 16) {
+    const __m512i old = _mm512_loadu_si512(out + 4 * i), pixels = _mm512_loadu_si512(in + 3 * i);
+    _mm512_storeu_si512(out + 4 * i, _mm512_mask_permutexvar_epi8(old, threeOfFour, at, pixels));
+  }
+  for (; i < n; i += 16) {
+    const __m512i pixels = loadedBytes(in + 3 * i, 3 * (n - i));
+    _mm512_mask_storeu_epi8(out + 4 * i, threeOfFour & firstBytes(4 * (n - i)),
+                            _mm512_maskz_permutexvar_epi8(threeOfFour, at, pixels));
+  }
+}
+
 }  // namespace
 }  // namespace rasterkit
