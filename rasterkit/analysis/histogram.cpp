@@ -58,7 +58,12 @@ void CPxHistogram::Create(const CPxImage& image, int channel) {
   const int bits = image.channelBits[channel];
   if (bits < 0 || bits > 16) return;
   Create(1 << bits);
-  SetHistogram(image, channel);
+  try {
+    SetHistogram(image, channel);
+  } catch (...) {
+    Remove();
+    throw;
+  }
 }
 
 void CPxHistogram::Initialize() {

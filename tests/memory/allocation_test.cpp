@@ -1,0 +1,341 @@
+// When memory runs out: std::bad_alloc at most, nothing lost, images that are empty or whole, and objects that serve
+// on.
+
+#include <rasterkit/rasterkit.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <new>
+
+#include "catalogue/catalogue.h"
+#include "catalogue/recipe.h"
+#include "tests/memory/failing_allocations.h"
+#include "tests/support/bitmap_blocks.h"
+#include "tests/sweep/draw.h"
+
+namespace rasterkit::test {
+namespace {
+
+using namespace catalogue;
+using Which = FailingAllocations::Which;
+
+// Empty, or described by its members and readable throughout.
+testing::AssertionResult emptyOrWhole(const CPxImage& image) {
+  if (!image.IsCreated()) {
+    if (image.width || image.height || image.bufferSize || image.channelBits || image.GetBuffer())
+      return testing::AssertionFailure() << "an empty image describes pixels";
+    return testing::AssertionSuccess();
+  }
+  if (image.channels != CPxImageInfo::GetChannel(image.colorModel) || !image.channelBits ||
+      image.bufferSize != image.bytesPerLine * image.height)
+    return testing::AssertionFailure() << "the members do not fit each other";
+  const auto* const block = static_cast<const unsigned char*>(image.GetBuffer());
+  for (int y = 0; y < image.height && image.bytesPerLine > 0; ++y)
+    if (image.Get2DBuffer()[y] != block + std::ptrdiff_t{y} * image.bytesPerLine)
+      return testing::AssertionFailure() << "row " << y << " is not in the block";
+  const CPxImage copy = image;
+  return identical(copy, image);
+}
+
+// Runs the action once for each allocation that it makes, which then fails: alone, and with all after it. The action
+// may be stopped by std::bad_alloc; check(stopped) follows. Nothing that the action has made may be left when reset has
+// run.
+template <class Action, class Check, class Reset>
+void whereverMemoryEnds(const Action& action, const Check& check, const Reset& reset) {
+  action();  // what is made once and stays
+  reset();
+  const long count = allocationsOf(action);
+  reset();
+  constexpr long kEach = 48;
+  for (const Which which : {Which::one, Which::allFromThere}) {
+    for (long n = 0; n < count; n += n < kEach ? 1 : std::max(count / kEach, 1L)) {
+      SCOPED_TRACE("allocation " + std::to_string(n) + " of " + std::to_string(count) + " fails");
+      const long before = liveBlocks();
+      bool stopped = false;
+      {
+        const FailingAllocations failing(n, which);
+        try {
+          action();
+        } catch (const std::bad_alloc&) {
+          stopped = true;
+        }
+        EXPECT_TRUE(failing.failed());
+      }
+      check(stopped);
+      reset();
+      EXPECT_EQ(liveBlocks(), before) << "blocks";
+      if (testing::Test::HasFailure()) return;
+    }
+  }
+}
+
+class WithoutMemory : public testing::TestWithParam<std::string> {};
+
+TEST_P(WithoutMemory, theOperationLeavesImagesWholeAndLosesNothing) {
+  const Operation& operation = *find(GetParam());
+  Random random(7);
+  for (const PixelType type : sweep::typesFor(operation)) {
+    const sweep::Draw draw = sweep::drawn(random, operation, randomImage(random, type, 9, 6));
+    SCOPED_TRACE(describe(operation, draw));
+
+    // The images of the call are made before memory runs out. dst: of another shape, or of the result's.
+    const CPxImage other = gray8({{1, 2}});
+    for (const CPxImage& before : {other, outcome(operation, draw, operation.run, other).dst}) {
+      const sweep::Outcome expected = outcome(operation, draw, operation.run, before);
+      CPxImage source = draw.source, dst = before, mask = draw.mask;
+      auto images = draw.images;
+      auto series = draw.series;
+      Call call(operation, source, dst);
+      for (const auto& [name, value] : draw.arguments) call.set(name, value);
+      for (auto& [name, image] : images) call.set(name, &image);
+      if (draw.masked) call.mask = &mask;
+      if (operation.readsSeries) {
+        call.series.push_back(&source);
+        for (CPxImage& image : series) call.series.push_back(&image);
+      }
+      const auto reset = [&] {
+        call.report = std::string();
+        dst = before;
+      };
+      reset();
+      int flag = 0;
+      whereverMemoryEnds([&] { flag = call.run(); },
+                         [&](bool stopped) {
+                           EXPECT_TRUE(emptyOrWhole(dst));
+                           EXPECT_TRUE(identical(source, draw.source));
+                           if (stopped) {
+                             reset();
+                             flag = call.run();
+                           }
+                           EXPECT_EQ(flag, expected.flag);
+                           EXPECT_TRUE(identical(dst, expected.dst));
+                           EXPECT_EQ(call.report, expected.report);
+                         },
+                         reset);
+      if (HasFailure()) return;
+    }
+  }
+}
+
+std::vector<std::string> names() {
+  std::vector<std::string> list;
+  for (const Operation& operation : operations()) list.push_back(operation.name);
+  return list;
+}
+std::string testName(const testing::TestParamInfo<std::string>& info) {
+  std::string name = info.param;
+  std::ranges::replace(name, '-', '_');
+  return name;
+}
+INSTANTIATE_TEST_SUITE_P(Catalogue, WithoutMemory, testing::ValuesIn(names()), testName);
+
+// The action makes what it needs and gives it back.
+template <class Action>
+void losesNothing(const Action& action) {
+  whereverMemoryEnds(
+      action, [](bool) {}, [] {});
+}
+
+TEST(WithoutMemoryImage, isEmptyOrWhole) {
+  const CPxImage picture = rgb8({{1, 2, 3, 4, 5, 6}, {7, 8, 9, 10, 11, 12}});
+  CPxImage image;
+  const auto keepsShape = [&](bool stopped) {
+    EXPECT_TRUE(emptyOrWhole(image));
+    EXPECT_EQ(image.IsCreated() == 0, stopped);
+  };
+  const auto remove = [&] { image.Remove(); };
+  whereverMemoryEnds([&] { image.Create(CM_INDEX, 8, 4, 3, 16); }, keepsShape, remove);
+  whereverMemoryEnds([&] { image = picture; }, keepsShape, remove);
+  losesNothing([&] { const CPxImage copy = picture; });
+  losesNothing([] {
+    CPxPalette palette(16), other;
+    other = palette;
+    CPxImageArray array;
+    for (int i = 0; i < 5; ++i) array.Add(nullptr);
+  });
+}
+
+TEST(WithoutMemoryTable, isEmptyAndCanBeMadeAgain) {
+  CPxImage image = gray8({{1, 2, 3}, {4, 5, 6}});
+  losesNothing([&] {
+    CPxContrastProcessing contrast(&image);
+    contrast.CreateVectorTable(256);
+    CPxContrastProcessing copy = contrast;
+    copy = contrast;
+    copy.Contrast(CRect(-1, -1, -1, -1));
+    contrast.AutoContrast();
+    CPxGammaProcessing gamma(&image);
+    gamma.CreateVectorTable(256);
+    gamma.Gamma(CRect(-1, -1, -1, -1));
+  });
+
+  CPxPointProcessing counts(&image);
+  whereverMemoryEnds([&] { counts.CalLookupTable(); },
+                     [&](bool stopped) {
+                       EXPECT_EQ(counts.GetLookupTableCount(), stopped ? 0 : 1);
+                       counts.CalLookupTable();
+                       EXPECT_EQ(counts.GetLookupTableCount(), 1);
+                     },
+                     [&] { counts.RemoveAll(); });
+  losesNothing([&] {
+    CPxPointProcessing made(&image);
+    made.CalLookupTable();
+    CPxPointProcessing copy = made;
+    copy = made;
+  });
+}
+
+TEST(WithoutMemoryHistogram, isEmptyAndCanBeMadeAgain) {
+  const CPxImage image = gray8({{1, 2, 3, 200}, {4, 5, 6, 201}});
+  CPxHistogram histogram;
+  whereverMemoryEnds([&] { histogram.Create(image, 0); },
+                     [&](bool stopped) {
+                       EXPECT_EQ(histogram.GetBinCount(), stopped ? 0 : 256);
+                       EXPECT_EQ(histogram.IsCreated(), stopped ? 0 : 1);
+                     },
+                     [&] { histogram.Remove(); });
+  const std::string path = (std::filesystem::temp_directory_path() / "rasterkit_without_memory.txt").string();
+  losesNothing([&] {
+    CPxHistogram made(image, 0);
+    CPxHistogram copy = made;
+    copy = made;
+    made.CreateBuffer(HIST_DIFF2);
+    CPxHistogramProcessing peaks(&made);
+    peaks.Smooth(2, HIST_SMOOTHED, 1, 0, -1);
+    peaks.FindMaximaMinima();
+    CPxHistogramProcessing copied = peaks;
+    copied = peaks;
+    peaks.SaveHistogram(path.c_str(), HIST_RAW);
+  });
+  std::filesystem::remove(path);
+}
+
+TEST(WithoutMemoryHough, losesNothing) {
+  CPxImage image = gray8({{0, 0, 0, 0, 0}, {9, 9, 9, 9, 9}, {0, 0, 0, 0, 0}});
+  losesNothing([&] {
+    CPxHoughTransform hough(&image);
+    hough.Direct();
+    CPxHoughImage accumulator = hough.GetHoughImage();
+    accumulator = hough.GetHoughImage();
+    CPxImage lines(CM_GRAY, 8, 5, 3);
+    hough.Inverse(lines, accumulator);
+    hough.GetDisplayImage(lines);
+    hough.DetectLine(lines);
+    CPxHoughTransform copy = hough;
+    copy = hough;
+  });
+  CPxHoughImage accumulator;
+  whereverMemoryEnds([&] { accumulator.Create(7, 5); },
+                     [&](bool stopped) {
+                       EXPECT_EQ(accumulator.IsCreated(), stopped ? 0 : 1);
+                       EXPECT_EQ(accumulator.GetRhoCount(), stopped ? 0 : 7);
+                     },
+                     [&] { accumulator.Remove(); });
+}
+
+TEST(WithoutMemoryBitmap, isExchangedWhollyOrNot) {
+  CPxImage image = rgb8({{1, 2, 3, 4, 5, 6}, {7, 8, 9, 10, 11, 12}});
+  CPxImage grey = grayFloat({{1, 2}, {3, 4}});
+  losesNothing([&] {
+    for (CPxImage* const each : {&image, &grey}) {
+      BITMAPINFOHEADER* block = nullptr;
+      CPxDIBConvert convert(each);
+      try {
+        convert.ConvertTo(&block);
+      } catch (...) {
+        EXPECT_EQ(block, nullptr);
+        throw;
+      }
+      CPxDIBConvert::DeleteBitmapInfoHeaderMem(block);
+    }
+  });
+  losesNothing([&] {
+    HICON icon = nullptr;
+    CPxDIBConvert convert(&image);
+    try {
+      convert.ConvertTo(icon, CSize(8, 8), 0x102030);
+      CSize size;
+      iconPixels(icon, size);
+    } catch (...) {
+      DestroyIcon(icon);
+      throw;
+    }
+    DestroyIcon(icon);
+  });
+
+  BitmapMaker maker{.width = 5, .height = 3, .bits = 8};
+  maker.colours.resize(256, 0x102030);
+  maker.data.resize(24, 7);
+  const auto block = maker.block();
+  CPxImage imported;
+  whereverMemoryEnds([&] { CPxDIBConvert(&imported).ConvertFrom(block.data(), block.size()); },
+                     [&](bool) { EXPECT_TRUE(emptyOrWhole(imported)); }, [&] { imported.Remove(); });
+  losesNothing([&] {
+    CPxPalette palette;
+    bitmapPalette(block.data(), block.size(), palette);
+  });
+}
+
+TEST(WithoutMemoryClipboard, keepsItsBlockOrTakesTheNewOne) {
+  CPxImage first = gray8({{1, 2}, {3, 4}}), second = rgb8({{1, 2, 3}});
+  ASSERT_EQ(CPxMiscProcessing(&first).CopyToClipboard(nullptr), 1);
+  const auto one = clipboardBlock();
+  ASSERT_EQ(CPxMiscProcessing(&second).CopyToClipboard(nullptr), 1);
+  const auto other = clipboardBlock();
+  whereverMemoryEnds([&] { CPxMiscProcessing(&first).CopyToClipboard(nullptr), clipboardBlock(); },
+                     [&](bool) {
+                       const auto now = clipboardBlock();
+                       EXPECT_TRUE(now == one || now == other || now.empty());
+                     },
+                     [&] {
+                       ASSERT_EQ(CPxMiscProcessing(&second).CopyToClipboard(nullptr), 1);
+                       ASSERT_EQ(clipboardBlock(), other);
+                     });
+}
+
+TEST(WithoutMemoryShading, losesNothing) {
+  CPxImage image = rgb8({{10, 20, 30, 40, 50, 60}});
+  const CPxImage blank = rgb8({{100, 100, 100, 90, 90, 90}});
+  losesNothing([&] {
+    CIMPShadingCorrect shading(&image);
+    shading.SetBlankImage(&blank);
+    CIMPShadingCorrect copy = shading;
+    copy = shading;
+    shading.ShadingCorrect();
+  });
+}
+
+TEST(WithoutMemoryHost, losesNothing) {
+  const std::string path(100, 'p');
+  losesNothing([&] {
+    CHostProfileManager host;
+    host.SetDefaultInfo();
+    host.SetUIPath(path.c_str());
+    host.SetFileName(path.c_str());
+    host.SetCaption(path.c_str());
+    char text[260];
+    host.GetUIPath(text);
+    host.GetFileName(text);
+    const CString caption = host.GetCaption();
+    CPxImage image = gray8({{1}});
+    setMessageHandler([](void*, const char*, const char*, unsigned int) { return 1; });
+    CPxContrastProcessing(&image).Contrast(CRect(-1, -1, -1, -1));  // without a table: the message
+    setMessageHandler(nullptr);
+  });
+}
+
+TEST(WithoutMemoryRecipe, losesNothing) {
+  losesNothing([] {
+    const Recipe recipe = parseRecipe("gray median threshold level=128 erode size=1 \"mask=my area\"");
+    format(recipe);
+    NamedImages images;
+    images.emplace("my area", gray8({{1, 0}, {1, 1}}));
+    CPxImage image = rgb8({{1, 2, 3, 4, 5, 6}, {7, 8, 9, 10, 11, 12}});
+    RecipeRunner(recipe, images).run(image, "picture");
+  });
+}
+
+}  // namespace
+}  // namespace rasterkit::test

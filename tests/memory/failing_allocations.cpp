@@ -1,0 +1,84 @@
+#include "tests/memory/failing_allocations.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+namespace rasterkit::test {
+namespace {
+
+// Plain numbers: they must be usable before any constructor has run.
+long made = 0;
+long live = 0;
+constexpr long kNever = std::numeric_limits<long>::max();
+long failing = kNever;  // the number of the allocation that fails
+bool andAllAfter = false;
+bool hasFailed = false;
+
+bool runsOut() {
+  const long number = made++;
+  if (number < failing || (number > failing && !andAllAfter)) return false;
+  return hasFailed = true;
+}
+
+void* counted(void* block) {
+  if (block) ++live;
+  return block;
+}
+
+void* allocated(std::size_t size) {
+  void* const block = runsOut() ? nullptr : counted(std::malloc(size ? size : 1));
+  if (!block) throw std::bad_alloc();
+  return block;
+}
+
+void* allocated(std::size_t size, std::align_val_t alignment) {
+  const auto step = static_cast<std::size_t>(alignment);
+  void* const block = runsOut() ? nullptr : counted(std::aligned_alloc(step, (size + step) / step * step));
+  if (!block) throw std::bad_alloc();
+  return block;
+}
+
+void freed(void* block) {
+  if (block) --live;
+  std::free(block);
+}
+
+}  // namespace
+
+FailingAllocations::FailingAllocations(long n, Which which) {
+  hasFailed = false;
+  andAllAfter = which == allFromThere;
+  failing = made + n;
+}
+FailingAllocations::~FailingAllocations() { failing = kNever; }
+bool FailingAllocations::failed() const { return hasFailed; }
+
+long liveBlocks() { return live; }
+long allocations() { return made; }
+
+}  // namespace rasterkit::test
+
+using namespace rasterkit::test;
+
+void* operator new(std::size_t size) { return allocated(size); }
+void* operator new[](std::size_t size) { return allocated(size); }
+void* operator new(std::size_t size, std::align_val_t alignment) { return allocated(size, alignment); }
+void* operator new[](std::size_t size, std::align_val_t alignment) { return allocated(size, alignment); }
+void operator delete(void* block) noexcept { freed(block); }
+void operator delete[](void* block) noexcept { freed(block); }
+void operator delete(void* block, std::size_t) noexcept { freed(block); }
+void operator delete[](void* block, std::size_t) noexcept { freed(block); }
+void operator delete(void* block, std::align_val_t) noexcept { freed(block); }
+void operator delete[](void* block, std::align_val_t) noexcept { freed(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { freed(block); }
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { freed(block); }
+
+// Zeroed tables come from calloc. The sanitizers have one of their own that must stay; they find what is lost anyway.
+#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)
+extern "C" {
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* calloc(std::size_t count, std::size_t size) { return runsOut() ? nullptr : __libc_calloc(count, size); }
+}
+#endif
