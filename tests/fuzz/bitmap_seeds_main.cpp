@@ -2,12 +2,9 @@
 //
 //     rasterkit_bitmap_seeds FOLDER
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <string>
 #include <vector>
 
+#include "tests/fuzz/seed_files.h"
 #include "tests/support/bitmap_blocks.h"
 #include "tests/support/random.h"
 
@@ -90,21 +87,7 @@ std::vector<BitmapMaker> seeds() {
 }  // namespace rasterkit::test
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: rasterkit_bitmap_seeds FOLDER\n");
-    return 2;
-  }
-  const std::filesystem::path folder = argv[1];
-  std::filesystem::create_directories(folder);
-  int number = 0;
-  for (const auto& maker : rasterkit::test::seeds()) {
-    const auto block = maker.block();
-    std::ofstream file(folder / ("block" + std::to_string(number++)), std::ios::binary);
-    file.write(reinterpret_cast<const char*>(block.data()), static_cast<std::streamsize>(block.size()));
-    if (!file.flush()) {
-      std::fprintf(stderr, "cannot write into %s\n", argv[1]);
-      return 1;
-    }
-  }
-  std::printf("%d blocks\n", number);
+  std::vector<std::vector<std::uint8_t>> blocks;
+  for (const auto& maker : rasterkit::test::seeds()) blocks.push_back(maker.block());
+  return rasterkit::fuzz::writeSeeds(argc, argv, "block", blocks);
 }

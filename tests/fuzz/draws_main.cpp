@@ -1,7 +1,8 @@
 // The endless driver: as many checked draws as one asks for, at full speed, with every image between guard pages.
 //
-//     rasterkit_draws COUNT [SEED [OPERATION]]
+//     rasterkit_draws COUNT [SEED [OPERATION | recipes]]
 //
+// recipes: whole recipes instead of single calls.
 // The state can be carried on: SEED of a further run is the number that the last one printed.
 
 #include <sys/mman.h>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "tests/fuzz/any_draw.h"
+#include "tests/fuzz/any_recipe.h"
 
 namespace {
 
@@ -79,16 +81,19 @@ void operator delete(void* block, std::align_val_t) noexcept {
 int main(int argc, char** argv) {
   const long long count = argc > 1 ? std::atoll(argv[1]) : 100000;
   std::uint64_t seed = argc > 2 ? std::strtoull(argv[2], nullptr, 0) : 1;
-  const char* const only = argc > 3 ? argv[3] : "";
+  const std::string only = argc > 3 ? argv[3] : "";
+  const bool recipes = only == "recipes";
   for (long long i = 0; i < count; ++i) {
     rasterkit::test::Random random(seed);
-    const std::string broken = rasterkit::fuzz::brokenByAnyDraw(random, only);
+    const std::string broken =
+        recipes ? rasterkit::fuzz::brokenByAnyRecipe(random) : rasterkit::fuzz::brokenByAnyDraw(random, only);
     if (!broken.empty()) {
       std::printf("draw %lld, seed %llu: %s\n", i, static_cast<unsigned long long>(seed), broken.c_str());
       return 1;
     }
     seed = random.bits();
   }
-  std::printf("%lld draws checked, next seed %llu\n", count, static_cast<unsigned long long>(seed));
+  std::printf("%lld %s checked, next seed %llu\n", count, recipes ? "recipes" : "draws",
+              static_cast<unsigned long long>(seed));
   return 0;
 }

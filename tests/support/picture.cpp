@@ -1,6 +1,7 @@
 #include "tests/support/picture.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -82,30 +83,38 @@ void copySample(CPxImage& to, int x, int y, int channel, const CPxImage& from, i
 }
 
 testing::AssertionResult samePicture(const CPxImage& actual, const CPxImage& expected) {
-  auto shape = [](const CPxImage& image) {
+  const auto shape = [](const CPxImage& image) {
+    return std::array{image.IsCreated(), int(image.colorModel), image.bitsPerSample,
+                      image.channels,    image.width,           image.height};
+  };
+  const auto described = [](const CPxImage& image) {
     std::ostringstream out;
     out << (image.IsCreated() ? "model " : "empty, model ") << image.colorModel << ", " << image.bitsPerSample
         << " bits, " << image.channels << " channels, " << image.width << " x " << image.height;
     return out.str();
   };
   if (shape(actual) != shape(expected))
-    return testing::AssertionFailure() << shape(actual) << "; expected " << shape(expected);
+    return testing::AssertionFailure() << described(actual) << "; expected " << described(expected);
 
-  std::ostringstream differences;
+  const auto bytes = std::size_t(sampleBytes(actual));
+  const auto rowBytes = bytes * std::size_t(actual.channels) * std::size_t(std::max(actual.width, 0));
+  std::string differences;
   int count = 0;
   for (int y = 0; y < actual.height; ++y) {
+    if (rowBytes == 0 || std::memcmp(placeOf(actual, 0, y, 0), placeOf(expected, 0, y, 0), rowBytes) == 0) continue;
     for (int x = 0; x < actual.width; ++x) {
       for (int c = 0; c < actual.channels; ++c) {
-        if (std::memcmp(placeOf(actual, x, y, c), placeOf(expected, x, y, c), std::size_t(sampleBytes(actual))) == 0)
-          continue;
-        if (++count <= 8)
-          differences << "\n  (" << x << ", " << y << ")[" << c << "] is " << sampleAt(actual, x, y, c) << ", expected "
-                      << sampleAt(expected, x, y, c);
+        if (std::memcmp(placeOf(actual, x, y, c), placeOf(expected, x, y, c), bytes) == 0) continue;
+        if (++count > 8) continue;
+        std::ostringstream line;
+        line << "\n  (" << x << ", " << y << ")[" << c << "] is " << sampleAt(actual, x, y, c) << ", expected "
+             << sampleAt(expected, x, y, c);
+        differences += line.str();
       }
     }
   }
   if (count == 0) return testing::AssertionSuccess();
-  return testing::AssertionFailure() << count << " samples differ of " << shape(actual) << differences.str();
+  return testing::AssertionFailure() << count << " samples differ of " << described(actual) << differences;
 }
 
 testing::AssertionResult identical(const CPxImage& actual, const CPxImage& expected) {
