@@ -149,7 +149,7 @@ TEST(BigImage, thatAnOperationCannotMakeIsRefused) {
   CPxImage image(CM_GRAY, 8, 30000, 30000);
   paint(image);
   CPxImage dst;
-  EXPECT_THROW(CPxGeometryProcessing(&image).Resize(dst, 2.0F), std::bad_alloc);
+  EXPECT_THROW(CPxGeometryProcessing(&image).Resize(2.0F, dst), std::bad_alloc);
   EXPECT_FALSE(dst.IsCreated());
   EXPECT_THROW(CPxColorProcessing::GraytoRGB(&image, &dst, 1, 1, 1), std::bad_alloc) << "three samples for each";
   EXPECT_FALSE(dst.IsCreated());
