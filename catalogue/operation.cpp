@@ -84,7 +84,7 @@ Kernel readKernel(const Parameter& parameter, std::string_view text) {
     bad(parameter, text, "needs " + wanted);
   for (const auto part : split(text.substr(colon + 1), ',')) {
     double weight = 0;
-    if (!readNumber(part, weight)) bad(parameter, text, "needs " + wanted);
+    if (!readNumber(part, weight) || !std::isfinite(weight)) bad(parameter, text, "needs " + wanted);
     kernel.weights.push_back(weight);
   }
   if (kernel.weights.size() != static_cast<std::size_t>(kernel.width) * static_cast<std::size_t>(kernel.height))

@@ -13,6 +13,7 @@ namespace rasterkit::catalogue {
 namespace {
 
 constexpr std::string_view kMask = "mask";
+constexpr std::string_view kWhiteSpace = " \t\r\n\f\v";
 
 std::string quoted(std::string_view word) { return "'" + std::string(word) + "'"; }
 
@@ -125,7 +126,7 @@ std::vector<std::string> recipeWords(std::string_view text) {
       word += c;
     } else if (c == '#' && !started) {
       i = std::min(text.find('\n', i), text.size() - 1);
-    } else if (std::string_view(" \t\r\n\f\v").find(c) != std::string_view::npos) {
+    } else if (kWhiteSpace.find(c) != std::string_view::npos) {
       finish();
     } else {
       word += c;
@@ -141,7 +142,7 @@ std::string format(const Step& step) {
   std::string text = step.operation->name;
   const auto add = [&](const std::string& name, const std::string& value) {
     const std::string word = name + "=" + value;
-    text += word.find_first_of(" \t\r\n#") == std::string::npos ? " " + word : " \"" + word + "\"";
+    text += word.find_first_of(std::string(kWhiteSpace) + "#") == std::string::npos ? " " + word : " \"" + word + "\"";
   };
   for (const auto& [name, value] : step.arguments) add(name, format(*step.operation->find(name), value));
   for (const auto& [name, image] : step.images) add(name, image);

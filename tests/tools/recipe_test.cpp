@@ -39,6 +39,14 @@ TEST(Recipe, isWrittenAsItIsRead) {
   for (const std::string text :
        {"threshold level=128", "cut keep=lower level=-3 setplane plane=2 \"other=a b.png\"", ""})
     EXPECT_EQ(format(parseRecipe(text)), text);
+  EXPECT_EQ(format(parseRecipe("setplane plane=1 \"other=a\vb\"")), "setplane plane=1 \"other=a\vb\"");
+}
+
+TEST(Recipe, takesNumbersOnly) {
+  EXPECT_EQ(refusalOf("convolve-real kernel=1x1:nan"),
+            "convolve-real: kernel=1x1:nan: needs WIDTHxHEIGHT:weight,weight,... such as 3x3:1,2,1,2,4,2,1,2,1");
+  EXPECT_NE(refusalOf("convolve kernel=1x1:inf"), "");
+  EXPECT_NE(refusalOf("mul-real value=nan"), "");
 }
 
 TEST(Recipe, takesAMaskWhereTheOperationHonoursOne) {
