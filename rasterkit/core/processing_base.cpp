@@ -3,6 +3,7 @@
 #include "rasterkit/core/kernels.h"
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/plane_kernels.h"
+#include "rasterkit/core/result_rows.h"
 
 #include <vector>
 
@@ -61,8 +62,9 @@ int CPxImageProcessingBase::GetPlane(int plane, CPxImage& out) {
     const auto in = viewOf<S>(source, channels);
     const auto to = viewOf<S>(out, 1);
     const auto extract = extractRow<S>();
-    for (int y = 0; y < in.height; ++y)
-      extract(in.row(y), channels, plane, to.row(y), static_cast<std::size_t>(in.width));
+    makeRows(in, to, [=](int y, std::size_t first, std::size_t n, S* samples) {
+      extract(in.row(y) + first * static_cast<std::size_t>(channels), channels, plane, samples, n);
+    });
   });
   Storage::fillPadding(out, 0);
   return 1;

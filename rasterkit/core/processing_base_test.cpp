@@ -117,6 +117,19 @@ TEST(GetPlane, intoTheSourceItself) {
   EXPECT_PICTURE(image, gray8({{2, 5}}));
 }
 
+// More than caches hold is written past them, in pieces that end where lines of memory do.
+TEST(GetPlane, ofLargeImagesIsTheSame) {
+  CPxImage image(CM_RGB, 32, 2051, 2060), out;
+  const auto row = [](CPxImage& of, int y) { return static_cast<float*>(of.Get2DBuffer()[y]); };
+  for (int y = 0; y < image.height; ++y)
+    for (int i = 0; i < 3 * image.width; ++i) row(image, y)[i] = static_cast<float>(i ^ y);
+  ASSERT_EQ(CPxImageProcessingBase(&image).GetPlane(2, out), 1);
+  int wrong = 0;
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x) wrong += row(out, y)[x] != row(image, y)[3 * x + 2];
+  EXPECT_EQ(wrong, 0);
+}
+
 TEST(SetPlane, replacesOneChannel) {
   CPxImage image = rgb8({{1, 2, 3, 4, 5, 6}}), plane = gray8({{50, 60}});
   EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(1, plane), 1);

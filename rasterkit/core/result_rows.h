@@ -9,12 +9,22 @@
 //       results.finish(y);
 //     }
 
+#include "rasterkit/core/copy_kernels.h"
 #include "rasterkit/core/copy_rows.h"
+#include "rasterkit/core/kernels.h"
 #include "rasterkit/core/view.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <vector>
 
 namespace rasterkit {
+
+// Whether n samples of each row are more than caches hold: what is read and written takes twice that.
+template <class S>
+bool exceedsCaches(View<S> out, std::size_t n) {
+  return out.height > 0 && n * sizeof(S) >= (std::size_t{16} << 20) / static_cast<std::size_t>(out.height);
+}
 
 template <class S>
 class ResultRows {
@@ -25,9 +35,8 @@ class ResultRows {
         first_(first),
         n_(n),
         together_(together),
-        // What is read and written takes twice that. A destination that is the source is in the caches already.
-        streams_(in.first != out.first && out.height > 0 &&
-                 n * sizeof(S) >= (std::size_t{16} << 20) / static_cast<std::size_t>(out.height)),
+        // A destination that is the source is in the caches already.
+        streams_(in.first != out.first && exceedsCaches(out, n)),
         lines_(streams_ ? n * static_cast<std::size_t>(together) : 0) {}
 
   // Whether rows are not made in the destination itself.
@@ -51,5 +60,31 @@ class ResultRows {
   const bool streams_;
   std::vector<S> lines_;
 };
+
+// make(y, first, n, to): n samples of row y, from `first` on, at `to`. For samples that are made of those at the same
+// place alone: instead of whole rows, a few lines are made and written past the caches at a time, which leaves reading
+// and writing no gaps (of a float image 2.9 ms, whole rows 5.8, rows made in the destination itself 3.8).
+template <class S, class Make>
+void makeRows(View<const S> in, View<S> out, Make make) {
+  if (in.first == out.first || !exceedsCaches(out, out.samples())) {
+    for (int y = 0; y < out.height; ++y) make(y, std::size_t{0}, out.samples(), out.row(y));
+    return;
+  }
+  constexpr std::size_t kLine = 64, kPiece = 8 * kLine / sizeof(S);
+  alignas(kLine) S piece[kPiece];
+  const CopyKernels& copy = kernels<CopyKernels>();
+  for (int y = 0; y < out.height; ++y) {
+    S* const row = out.row(y);
+    // The first piece ends where a line does, and so all others are whole lines.
+    std::size_t n = kPiece - reinterpret_cast<std::uintptr_t>(row) % kLine / sizeof(S);
+    for (std::size_t first = 0; first < out.samples(); first += n, n = kPiece) {
+      n = std::min(n, out.samples() - first);
+      make(y, first, n, piece);
+      copy.streamRow(reinterpret_cast<std::uint8_t*>(row + first), reinterpret_cast<const std::uint8_t*>(piece),
+                     n * sizeof(S));
+    }
+  }
+  copy.settle();
+}
 
 }  // namespace rasterkit

@@ -2,6 +2,7 @@
 
 #include "rasterkit/core/kernels.h"
 #include "rasterkit/core/operands.h"
+#include "rasterkit/core/result_rows.h"
 #include "rasterkit/point/threshold_kernels.h"
 
 #include <cstring>
@@ -17,11 +18,8 @@ namespace {
 template <class S>
 int cutRows(View<const S> in, View<S> out, void (*row)(const S*, S*, std::size_t, S), std::int64_t level,
             std::int64_t outer) {
-  if constexpr (std::is_same_v<S, float>) {
-    for (int y = 0; y < in.height; ++y) row(in.row(y), out.row(y), in.samples(), static_cast<float>(outer));
-  } else {
-    for (int y = 0; y < in.height; ++y) row(in.row(y), out.row(y), in.samples(), static_cast<S>(level));
-  }
+  const auto limit = static_cast<S>(std::is_same_v<S, float> ? outer : level);
+  makeRows(in, out, [=](int y, std::size_t first, std::size_t n, S* to) { row(in.row(y) + first, to, n, limit); });
   return 1;
 }
 

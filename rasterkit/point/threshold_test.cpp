@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 #include "tests/support/picture.h"
@@ -153,6 +154,28 @@ TEST(Cut, rowPaddingTakesTheRejectedValue) {
   CPxImage image = gray8({{1, 2, 3}});
   EXPECT_EQ(static_cast<const unsigned char*>(cut(image, 0, 1).GetBuffer())[3], 0);
   EXPECT_EQ(static_cast<const unsigned char*>(cut(image, 0, 0).GetBuffer())[3], 0xFF);
+}
+
+// More than caches hold is written past them, in pieces that end where lines of memory do.
+TEST(Cut, ofLargeImagesWithRowsThatBeginAnywhereIsTheSame) {
+  CPxImage image(CM_GRAY, 16, 4099, 2100), binary, upper, lower;
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x)
+      static_cast<std::uint16_t*>(image.Get2DBuffer()[y])[x] = static_cast<std::uint16_t>(x * 40503 + y * 7919);
+  CPxThresholdProcessing processing(&image);
+  ASSERT_EQ(processing.Threshold(binary, 30000) + processing.Cut(upper, 30000, 1) + processing.Cut(lower, 30000, 0), 3);
+  const auto row = [](CPxImage& of, int y) { return static_cast<const std::uint16_t*>(of.Get2DBuffer()[y]); };
+  int wrong = 0;
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      const int sample = row(image, y)[x];
+      wrong += row(binary, y)[x] != (sample >= 30000 ? 255 : 0);
+      wrong += row(upper, y)[x] != (sample >= 30000 ? sample : 0);
+      wrong += row(lower, y)[x] != (sample <= 30000 ? sample : 65535);
+    }
+    wrong += row(binary, y)[4099] + row(upper, y)[4099] + (row(lower, y)[4099] != 65535);  // the padding
+  }
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST(Partial, copiesAndReportsFailure) {
