@@ -11,6 +11,7 @@
 #include "catalogue/recipe.h"
 #include "tools/commands.h"
 #include "tools/failure.h"
+#include "tools/paths.h"
 #include "tools/plot.h"
 
 namespace rasterkit::tools {
@@ -21,7 +22,7 @@ using catalogue::HistogramFindings;
 
 // The one image of a file.
 CPxImage readImage(const std::string& path) {
-  auto pages = readImageFile(path).pages;
+  auto pages = readImageFile(pathOf(path)).pages;
   if (pages.size() > 1)
     throw Failure(ExitCode::damaged, path + ": holds " + std::to_string(pages.size()) + " images, one is needed here");
   return std::move(pages[0]);
@@ -126,8 +127,7 @@ void drawLine(CPxImage& picture, CPoint first, CPoint second) {
 int hist(const AnalysisOptions& options) {
   CPxImage image = readImage(options.input);
   const auto found = findings<HistogramFindings>("hist", options, image, catalogue::findPeaks);
-  if (!options.picture.empty())
-    plotHistogram(found, std::filesystem::path(options.input).filename().string(), options.picture);
+  if (!options.picture.empty()) plotHistogram(found, textOf(pathOf(options.input).filename()), pathOf(options.picture));
   if (options.json) {
     std::printf("%s\n", toJson(found).c_str());
     return ExitCode::success;
@@ -146,7 +146,7 @@ int lines(const AnalysisOptions& options) {
     CPxImage picture =
         options.over.empty() ? inColour(image, options.input) : inColour(readImage(options.over), options.over);
     for (const FoundLine& line : found) drawLine(picture, line.first, line.second);
-    writeImageFile(options.picture, {&picture, 1});
+    writeImageFile(pathOf(options.picture), {&picture, 1});
   }
   if (options.json) {
     std::printf("%s\n", toJson(found).c_str());

@@ -45,6 +45,9 @@ void swapRedAndBlue(S* row, int width, int channels) {
 /// Samples of 1, 2 or 4 bits, the highest bits first, times a factor.
 void unpackBits(const unsigned char* in, unsigned char* out, int count, int bits, int factor);
 
+/// The other way round, without a factor.
+void packBits(const unsigned char* in, unsigned char* out, int count, int bits);
+
 /// A row of an image.
 inline unsigned char* rowOf(CPxImage& image, int y) { return static_cast<unsigned char*>(image.Get2DBuffer()[y]); }
 inline const unsigned char* rowOf(const CPxImage& image, int y) {
@@ -62,6 +65,9 @@ CPxPalette completePalette(const CPxImage& image);
 
 /// Turns an image upright: orientation as in Exif and TIFF, 1 to 8; anything else is 1, upright already.
 void turnUpright(CPxImage& image, int orientation);
+
+/// How the camera was held, 1 to 8, from the Exif data that an APP1 segment of a JPEG holds; 1 where it holds none.
+int exifOrientation(std::span<const unsigned char> segment);
 
 /// Throws the Failure for an image that a format cannot hold.
 [[noreturn]] void cannotHold(const std::string& name, const char* format, const CPxImage& image, const char* holds);

@@ -8,6 +8,7 @@
 #include "tools/codecs.h"
 #include "tools/commands.h"
 #include "tools/failure.h"
+#include "tools/paths.h"
 
 namespace rasterkit::tools {
 namespace {
@@ -68,8 +69,8 @@ std::string text(double number) {
 }  // namespace
 
 int compare(const std::string& first, const std::string& second, const std::string& output, bool json) {
-  const auto one = readImageFile(first).pages;
-  const auto two = readImageFile(second).pages;
+  const auto one = readImageFile(pathOf(first)).pages;
+  const auto two = readImageFile(pathOf(second)).pages;
   if (one.size() != two.size()) {
     if (json)
       std::printf("{\"equal\": false, \"comparable\": false}\n");
@@ -126,7 +127,7 @@ int compare(const std::string& first, const std::string& second, const std::stri
     }
     pictures.push_back(std::move(found.picture));
   }
-  if (!output.empty()) writeImageFile(output, pictures);
+  if (!output.empty()) writeImageFile(pathOf(output), pictures);
   return equal ? ExitCode::success : ExitCode::different;
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 #include "catalogue/catalogue.h"
 #include "rasterkit/version.h"
@@ -18,23 +20,54 @@ struct Command {
   const char* name;
   const char* arguments;
   const char* summary;
-  const char* options;
+  const char* options;  // =FILE and =N stand after those that take one
 };
 
 constexpr Command kCommands[] = {
     {"run", "IN... -o OUT [STEP...]", "run a recipe on images",
-     "--output --recipe --jobs --resume --time --quality --compression --quiet"},
+     "--output=FILE --recipe=FILE --jobs=N --resume --time --quality=N --compression=N --quiet"},
     {"list", "", "show the operations", "--json"},
     {"help", "OPERATION", "explain an operation", ""},
     {"info", "IN...", "show what images are", "--json"},
-    {"compare", "A B", "show how two images differ", "--output --json"},
-    {"hist", "IN [NAME=VALUE...]", "show the histogram of an image, its peaks and valleys", "--json --plot"},
-    {"lines", "IN [NAME=VALUE...]", "find straight lines in a grey image", "--json --overlay"},
-    {"shade", "IN blank=FILE -o OUT", "correct uneven illumination with a picture of an empty field", "--output"},
-    {"gallery", "IN... -o FOLDER", "make a page with every operation on images", "--output --quiet"},
+    {"compare", "A B", "show how two images differ", "--output=FILE --json"},
+    {"hist", "IN [NAME=VALUE...]", "show the histogram of an image, its peaks and valleys", "--json --plot=FILE"},
+    {"lines", "IN [NAME=VALUE...]", "find straight lines in a grey image", "--json --overlay=FILE --over=FILE"},
+    {"shade", "IN blank=FILE -o OUT", "correct uneven illumination with a picture of an empty field", "--output=FILE"},
+    {"gallery", "IN... -o FOLDER", "make a page with every operation on images", "--output=FILE --quiet"},
     {"completion", "SHELL", "print the completion file for bash, zsh or fish", ""},
     {"manual", "", "print the manual page", ""},
 };
+
+struct Option {
+  std::string name;   // without the dashes
+  std::string takes;  // FILE, N or nothing
+};
+
+std::vector<Option> optionsOf(const Command& command) {
+  std::vector<Option> options;
+  const std::string text = command.options;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = std::min(text.find(' ', at), text.size());
+    const std::string word = text.substr(at + 2, end - at - 2);
+    const std::size_t equals = std::min(word.find('='), word.size());
+    options.push_back({word.substr(0, equals), equals < word.size() ? word.substr(equals + 1) : ""});
+    at = end + 1;
+  }
+  return options;
+}
+
+// "-o|--output|..." of those that take a file.
+std::string fileOptions() {
+  std::vector<std::string> names;
+  for (const Command& command : kCommands)
+    for (const Option& option : optionsOf(command))
+      if (option.takes == "FILE") names.push_back(option.name);
+  std::ranges::sort(names);
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  std::string pattern = "-o";
+  for (const std::string& name : names) pattern += "|--" + name;
+  return pattern;
+}
 
 std::string commandNames() {
   std::string names;
@@ -71,8 +104,11 @@ std::string argumentCases(const char* set) {
 
 std::string optionCases() {
   std::string cases;
-  for (const Command& command : kCommands)
-    cases += std::string("    ") + command.name + ") options=\"" + command.options + "\" ;;\n";
+  for (const Command& command : kCommands) {
+    std::string words;
+    for (const Option& option : optionsOf(command)) words += (words.empty() ? "--" : " --") + option.name;
+    cases += std::string("    ") + command.name + ") options=\"" + words + "\" ;;\n";
+  }
   return cases;
 }
 
@@ -97,10 +133,16 @@ std::string bash() {
          "    COMPREPLY=($(compgen -W \"$options --help\" -- \"$word\"))\n"
          "    return\n"
          "  fi\n"
+         "  case \"${COMP_WORDS[COMP_CWORD - 1]}\" in\n"
+         "    " +
+         fileOptions() +
+         ") COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
+         "  esac\n"
          "  case \"$command\" in\n"
          "    help) COMPREPLY=($(compgen -W \"$operations exit-codes recipes\" -- \"$word\")); return ;;\n"
          "    completion) COMPREPLY=($(compgen -W \"bash zsh fish\" -- \"$word\")); return ;;\n"
          "    run) ;;\n"
+         "    hist | lines | shade) operations=\"\" last=\"$command\" ;;\n"
          "    *) COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
          "  esac\n"
          "  for ((i = 3; i < COMP_CWORD; i++)); do\n"
@@ -124,7 +166,7 @@ std::string bash() {
          "    return\n"
          "  fi\n"
          "  COMPREPLY=($(compgen -W \"$operations $words\" -- \"$word\"))\n"
-         "  [[ $last ]] || COMPREPLY+=($(compgen -f -- \"$word\"))\n"
+         "  [[ $last && $operations ]] || COMPREPLY+=($(compgen -f -- \"$word\"))\n"
          "  [[ ${#COMPREPLY[@]} == 1 && ${COMPREPLY[0]} == *= ]] && compopt -o nospace\n"
          "}\n"
          "complete -o filenames -F _rasterkit rasterkit\n";
@@ -161,10 +203,16 @@ std::string zsh() {
          "    compadd -- ${=options} --help\n"
          "    return\n"
          "  fi\n"
+         "  case ${words[CURRENT - 1]} in\n"
+         "    " +
+         fileOptions() +
+         ") _files; return ;;\n"
+         "  esac\n"
          "  case ${words[2]} in\n"
          "    help) _describe operation operations; compadd exit-codes recipes; return ;;\n"
          "    completion) compadd bash zsh fish; return ;;\n"
          "    run) ;;\n"
+         "    hist | lines | shade) operations=() last=${words[2]} ;;\n"
          "    *) _files; return ;;\n"
          "  esac\n"
          "  for ((i = 4; i < CURRENT; i++)); do\n"
@@ -175,8 +223,8 @@ std::string zsh() {
          "  esac\n"
          "  arguments=(${=words_of})\n"
          "  ((${#arguments})) && compadd -S '' -- $arguments\n"
-         "  _describe operation operations\n"
-         "  if [[ -z $last ]]; then\n"
+         "  ((${#operations})) && _describe operation operations\n"
+         "  if [[ -z $last || ${#operations} == 0 ]]; then\n"
          "    _files\n"
          "  elif compset -P '*='; then\n"
          "    _files\n"
@@ -194,15 +242,14 @@ std::string fish() {
   for (const Command& command : kCommands)
     out += std::string("complete -c rasterkit -n __fish_use_subcommand -f -a ") + command.name + " -d " +
            quoted(command.summary) + "\n";
-  for (const Command& command : kCommands) {
-    std::string options = command.options;
-    for (std::size_t at = 0; at < options.size();) {
-      const std::size_t end = std::min(options.find(' ', at), options.size());
+  for (const Command& command : kCommands)
+    for (const Option& option : optionsOf(command))
       out += std::string("complete -c rasterkit -n '__fish_seen_subcommand_from ") + command.name + "' -l " +
-             options.substr(at + 2, end - at - 2) + "\n";
-      at = end + 1;
-    }
-  }
+             option.name + (option.name == "output" ? " -s o" : "") +
+             (option.takes == "FILE" ? " -r"
+              : option.takes == "N"  ? " -x"
+                                     : "") +
+             "\n";
   out += "complete -c rasterkit -n '__fish_seen_subcommand_from completion' -f -a 'bash zsh fish'\n";
   for (const Operation& operation : operations()) {
     out += "complete -c rasterkit -n '__fish_seen_subcommand_from run help' -a " + operation.name + " -d " +
@@ -211,6 +258,10 @@ std::string fish() {
       out += "complete -c rasterkit -n '__fish_seen_subcommand_from run; and __fish_seen_subcommand_from " +
              operation.name + "' -a '" + words + "'\n";
   }
+  for (const char* command : {"hist", "lines", "shade"})
+    if (const Operation* operation = find(command))
+      out += std::string("complete -c rasterkit -n '__fish_seen_subcommand_from ") + command + "' -a '" +
+             argumentWords(*operation) + "'\n";
   return out;
 }
 

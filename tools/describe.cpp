@@ -10,6 +10,7 @@
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/json.h"
+#include "tools/paths.h"
 #include "tools/reference.h"
 
 namespace rasterkit::tools {
@@ -133,7 +134,7 @@ void printInfo(const std::filesystem::path& path, bool json) {
   const ImageFile file = readImageFile(path);
   if (json) {
     std::string out =
-        "{\"file\": " + jsonText(path.string()) + ", \"format\": \"" + formatName(file.format) + "\", \"images\": [";
+        "{\"file\": " + jsonText(textOf(path)) + ", \"format\": \"" + formatName(file.format) + "\", \"images\": [";
     for (std::size_t i = 0; i < file.pages.size(); ++i) {
       const CPxImage& page = file.pages[i];
       out += std::string(i ? ", " : "") + "{\"width\": " + std::to_string(page.width) +
@@ -149,7 +150,7 @@ void printInfo(const std::filesystem::path& path, bool json) {
   }
   for (std::size_t i = 0; i < file.pages.size(); ++i) {
     const CPxImage& page = file.pages[i];
-    std::string line = path.string();
+    std::string line = textOf(path);
     if (file.pages.size() > 1) line += "[" + std::to_string(i + 1) + "]";
     line += std::string(": ") + formatName(file.format) + ", " + describe(page);
     if (const int colours = page.palette.GetPaletteNum()) line += ", " + std::to_string(colours) + " colours";

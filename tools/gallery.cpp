@@ -14,6 +14,7 @@
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/gallery_page.h"
+#include "tools/paths.h"
 #include "tools/reference.h"
 #include "tools/system.h"
 
@@ -52,11 +53,19 @@ unsigned char byteOf(double value) {
   return static_cast<unsigned char>(std::isnan(value) ? 0 : std::clamp(value, 0.0, 255.0));
 }
 
+// Whether a file of the format has a place for such images.
+bool holds(Format format, const CPxImage& image) {
+  const CPxImage pixel(image.colorModel, image.bitsPerSample, 1, 1, image.palette.GetPaletteNum());
+  try {
+    return !encode({&pixel, 1}, format, "").empty();
+  } catch (const Failure&) {
+    return false;
+  }
+}
+
 // An image that a browser shows: what a PNG holds as it is; colour spaces as RGB; the rest between its extremes.
 CPxImage shown(const CPxImage& image) {
-  const bool fits = image.bitsPerSample <= 16 && (image.bitsPerSample >= 8 || image.channels == 1) &&
-                    (image.colorModel <= CM_GRAYA || image.colorModel == CM_RGB || image.colorModel == CM_RGBA);
-  if (fits) return image;
+  if (holds(Format::png, image)) return image;
   CPxImage rgb(CM_RGB, 8, image.width, image.height);
   static const Operation* const toRgb = find("rgb");
   if (toRgb && toRgb->refusal(image).empty()) {
@@ -123,16 +132,6 @@ constexpr std::pair<std::string_view, const char*> kTelling[] = {
     {"hough", "sobel threshold level=200 hough"},
 };
 
-// Whether a file of the format has a place for such images.
-bool holds(Format format, const CPxImage& image) {
-  const CPxImage pixel(image.colorModel, image.bitsPerSample, 1, 1, image.palette.GetPaletteNum());
-  try {
-    return !encode({&pixel, 1}, format, "").empty();
-  } catch (const Failure&) {
-    return false;
-  }
-}
-
 // The numbers of an array in a report.
 std::vector<double> numbersOf(const std::string& report, const std::string& name) {
   std::vector<double> numbers;
@@ -195,8 +194,8 @@ class Gallery {
   Gallery(const std::filesystem::path& folder, bool quiet) : folder_(folder), quiet_(quiet) {}
 
   void add(const std::filesystem::path& path) {
-    name_ = path.stem().string();
-    for (int n = 2; !names_.insert(name_).second; ++n) name_ = path.stem().string() + "-" + std::to_string(n);
+    name_ = textOf(path.stem());
+    for (int n = 2; !names_.insert(name_).second; ++n) name_ = textOf(path.stem()) + "-" + std::to_string(n);
     source_ = std::move(readImageFile(path).pages[0]);
     before_ = shown(source_);
     pictures_.clear();
@@ -205,8 +204,8 @@ class Gallery {
     std::filesystem::create_directory(folder_ / fileOf(kOriginal).parent_path());
     save(kOriginal, before_);
     links_ += "<a href=\"#" + html(name_) + "\">" + html(name_) + "</a>\n";
-    sections_ += "<section id=\"" + html(name_) + "\"><h2>" +
-                 html(path.filename().string() + ": " + describe(source_)) + "</h2><div class=\"grid\">\n";
+    sections_ += "<section id=\"" + html(name_) + "\"><h2>" + html(textOf(path.filename()) + ": " + describe(source_)) +
+                 "</h2><div class=\"grid\">\n";
     for (const Operation& operation : operations())
       if (const std::string reason = show(operation); !reason.empty())
         missing_[operation.name] = reason;
@@ -221,7 +220,7 @@ class Gallery {
       page.replace(page.find(place), place.size(), text);
     replaceFile(folder_ / "index.html", std::span(reinterpret_cast<const unsigned char*>(page.data()), page.size()));
     if (quiet_) return;
-    std::printf("%zu operations in %s\n", shown_.size(), (folder_ / "index.html").string().c_str());
+    std::printf("%zu operations in %s\n", shown_.size(), textOf(folder_ / "index.html").c_str());
     for (const auto& [operation, reason] : missing_)
       if (!shown_.contains(operation)) std::printf("not shown: %s: %s\n", operation.c_str(), reason.c_str());
   }
@@ -232,7 +231,7 @@ class Gallery {
   static constexpr const char* kOriginal = "original";
 
   std::filesystem::path fileOf(const std::string& picture) const {
-    return std::filesystem::path("images") / name_ / (picture + ".png");
+    return std::filesystem::path("images") / pathOf(name_) / pathOf(picture + ".png");
   }
 
   void save(const std::string& picture, const CPxImage& image) {
@@ -304,8 +303,9 @@ class Gallery {
   // The example's steps; before them what makes the picture acceptable.
   Recipe recipeFor(const Operation& operation) const {
     std::string text = operation.example;
+    bool isTelling = false;
     for (const auto& [name, telling] : kTelling)
-      if (name == operation.name) text = telling;
+      if (name == operation.name) text = telling, isTelling = true;
     if (text.empty()) {
       text = operation.name;
       for (const Parameter& parameter : operation.parameters)
@@ -314,9 +314,9 @@ class Gallery {
                   std::to_string(std::lround((parameter.usualLeast + parameter.usualMost) / 2));
     }
     Recipe recipe = parseRecipe(text);
-    if (!recipe.empty() && !recipe[0].operation->refusal(source_).empty())
-      if (const Operation* before = conversion(source_, *recipe[0].operation))
-        recipe.insert(recipe.begin(), {.operation = before});
+    const Operation& taking = isTelling ? operation : *recipe[0].operation;
+    if (!taking.refusal(source_).empty())
+      if (const Operation* before = conversion(source_, taking)) recipe.insert(recipe.begin(), {.operation = before});
     for (Step& step : recipe)
       for (auto& [parameter, image] : step.images) image = pictureFor(parameter, image);
     return recipe;
@@ -335,8 +335,10 @@ class Gallery {
         runner.run(images, name_);
       }
       // What no file holds is shown, and copied, as RGB.
-      if (!holds(Format::tiff, images[0]) && !holds(Format::png, images[0])) {
-        recipe.push_back(parseRecipe("rgb")[0]);
+      const Step toRgb = parseRecipe("rgb")[0];
+      if (!holds(Format::tiff, images[0]) && !holds(Format::png, images[0]) &&
+          toRgb.operation->refusal(images[0]).empty()) {
+        recipe.push_back(toRgb);
         images.assign(1, source_);
         runner.run(images, name_);
       }
@@ -360,7 +362,7 @@ class Gallery {
       for (auto& [parameter, image] : step.images) {
         const std::string beside = "with-" + image;
         if (saved_.insert(beside).second) save(beside, pictures_.at(image));
-        image = fileOf(beside).generic_string();
+        image = plainTextOf(fileOf(beside));
       }
     const std::string words = format(recipe);
     const bool hasPicture = operation.result.where != Where::data;
@@ -371,7 +373,7 @@ class Gallery {
     out += "<article data-text=\"" + html(lower(operation.name + " " + operation.summary + " " + operation.method)) +
            "\">\n<h3>" + html(operation.name) + "</h3>\n<p>" + html(operation.summary) + "</p>\n";
     const auto picture = [&](const std::string& name, const CPxImage& image, const std::string& what) {
-      return "<img class=\"" + what + "\" src=\"" + html(fileOf(name).generic_string()) + "\" width=\"" +
+      return "<img class=\"" + what + "\" src=\"" + html(plainTextOf(fileOf(name))) + "\" width=\"" +
              std::to_string(image.width) + "\" height=\"" + std::to_string(image.height) + "\" alt=\"" + html(name_) +
              " " + what + " " + html(operation.name) + "\">";
     };
@@ -385,7 +387,7 @@ class Gallery {
              "</div>\n";
     else if (const std::string overlay = overlayOf(report, before_); !overlay.empty())
       out += "<div class=\"overlay\">" + picture(kOriginal, before_, "under") + overlay + "</div>\n";
-    out += "<div class=\"recipe\"><code>rasterkit run " + html(fileOf(kOriginal).generic_string()) +
+    out += "<div class=\"recipe\"><code>rasterkit run " + html(plainTextOf(fileOf(kOriginal))) +
            (hasPicture ? holds(Format::png, result) ? " -o out.png " : " -o out.tif " : " ") + html(words) +
            "</code><button type=\"button\">copy</button></div>\n";
     out += hasPicture ? plot(before_, after) + "\n" : plotOf(report);
@@ -428,9 +430,9 @@ class Gallery {
 int gallery(const std::vector<std::string>& inputs, const std::string& folder, bool quiet) {
   const auto files = expandInputs(inputs);
   std::error_code error;
-  std::filesystem::create_directories(std::filesystem::path(folder) / "images", error);
+  std::filesystem::create_directories(pathOf(folder) / "images", error);
   if (error) throw Failure(ExitCode::unwritable, folder + ": " + error.message());
-  Gallery page(folder, quiet);
+  Gallery page(pathOf(folder), quiet);
   for (const auto& file : files) page.add(file);
   page.finish();
   return ExitCode::success;

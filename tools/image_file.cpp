@@ -6,6 +6,7 @@
 
 #include "catalogue/describe.h"
 #include "tools/codecs.h"
+#include "tools/paths.h"
 #include "tools/system.h"
 
 namespace rasterkit::tools {
@@ -47,7 +48,7 @@ const char* formatName(Format format) {
 }
 
 std::optional<Format> formatOfName(const std::filesystem::path& path) {
-  std::string ending = path.extension().string();
+  std::string ending = textOf(path.extension());
   std::ranges::transform(ending, ending.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   if (ending == ".png") return Format::png;
   if (ending == ".tif" || ending == ".tiff") return Format::tiff;
@@ -100,14 +101,14 @@ Bytes encode(std::span<const CPxImage> pages, Format format, const std::string& 
 
 ImageFile readImageFile(const std::filesystem::path& path) {
   const auto bytes = readFile(path);
-  return decode(bytes, path.string());
+  return decode(bytes, textOf(path));
 }
 
 void writeImageFile(const std::filesystem::path& path, std::span<const CPxImage> pages, const WriteOptions& options) {
   const auto format = formatOfName(path);
   if (!format)
-    throw Failure(ExitCode::unwritable, path.string() + ": the name must end in " + kEndings + " to say what to write");
-  replaceFile(path, encode(pages, *format, path.string(), options));
+    throw Failure(ExitCode::unwritable, textOf(path) + ": the name must end in " + kEndings + " to say what to write");
+  replaceFile(path, encode(pages, *format, textOf(path), options));
 }
 
 // What the formats share ----------------------------------------------------------------------------------------------
@@ -131,6 +132,15 @@ void unpackBits(const unsigned char* in, unsigned char* out, int count, int bits
     out[x] = static_cast<unsigned char>((in[x / perByte] >> (8 - bits * (x % perByte + 1)) & mask) * factor);
 }
 
+void packBits(const unsigned char* in, unsigned char* out, int count, int bits) {
+  const int perByte = 8 / bits;
+  for (int x = 0; x < count; x += perByte) {
+    int byte = 0;
+    for (int i = 0; i < perByte; ++i) byte = byte << bits | (x + i < count ? in[x + i] : 0);
+    *out++ = static_cast<unsigned char>(byte);
+  }
+}
+
 CPxPalette completePalette(const CPxImage& image) {
   int count = image.palette.GetPaletteNum();
   for (int y = 0; y < image.height && count < 256; ++y) {
@@ -141,6 +151,23 @@ CPxPalette completePalette(const CPxImage& image) {
   std::copy_n(image.palette.GetPalette(), std::min(palette.GetPaletteNum(), image.palette.GetPaletteNum()),
               palette.GetPalette());
   return palette;
+}
+
+int exifOrientation(std::span<const unsigned char> segment) {
+  if (segment.size() < 14 || !startsWith(segment, "Exif\0"sv)) return 1;
+  const auto tiff = segment.subspan(6);
+  const bool bigEndian = tiff[0] == 'M';
+  const auto number = [&](std::size_t at, int bytes) {
+    std::size_t value = 0;
+    for (int i = 0; i < bytes && at + static_cast<std::size_t>(i) < tiff.size(); ++i)
+      value |= std::size_t{tiff[at + static_cast<std::size_t>(i)]} << 8 * (bigEndian ? bytes - 1 - i : i);
+    return value;
+  };
+  // The first directory.
+  const std::size_t directory = number(4, 4);
+  for (std::size_t i = 0, count = number(directory, 2); i < count && directory + 2 + 12 * (i + 1) <= tiff.size(); ++i)
+    if (number(directory + 2 + 12 * i, 2) == 0x112) return static_cast<int>(number(directory + 10 + 12 * i, 2));
+  return 1;
 }
 
 void turnUpright(CPxImage& image, int orientation) {

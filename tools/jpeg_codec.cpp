@@ -87,25 +87,10 @@ struct Writer {
   }
 };
 
-// How the camera was held, from the first directory of the Exif data.
+// How the camera was held.
 int orientation(const jpeg_decompress_struct& jpeg) {
-  for (jpeg_saved_marker_ptr marker = jpeg.marker_list; marker; marker = marker->next) {
-    const unsigned char* const data = marker->data;
-    const std::size_t size = marker->data_length;
-    if (size < 14 || std::memcmp(data, "Exif\0", 6) != 0) continue;
-    const unsigned char* const tiff = data + 6;
-    const std::size_t length = size - 6;
-    const bool bigEndian = tiff[0] == 'M';
-    const auto number = [&](std::size_t at, int bytes) {
-      std::size_t value = 0;
-      for (int i = 0; i < bytes && at + static_cast<std::size_t>(i) < length; ++i)
-        value |= std::size_t{tiff[at + static_cast<std::size_t>(i)]} << 8 * (bigEndian ? bytes - 1 - i : i);
-      return value;
-    };
-    const std::size_t directory = number(4, 4);
-    for (std::size_t i = 0, count = number(directory, 2); i < count && directory + 2 + 12 * (i + 1) <= length; ++i)
-      if (number(directory + 2 + 12 * i, 2) == 0x112) return static_cast<int>(number(directory + 10 + 12 * i, 2));
-  }
+  for (jpeg_saved_marker_ptr marker = jpeg.marker_list; marker; marker = marker->next)
+    if (const int held = exifOrientation({marker->data, marker->data_length}); held != 1) return held;
   return 1;
 }
 

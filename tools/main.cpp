@@ -11,24 +11,27 @@
 #include "rasterkit/version.h"
 #include "tools/commands.h"
 #include "tools/failure.h"
+#include "tools/system.h"
 
 namespace rasterkit::tools {
 namespace {
 
 // A command that there is not. Options of the program itself come before it.
-void checkCommand(const CLI::App& app, int argc, char** argv) {
-  if (argc < 2 || argv[1][0] == '-') return;
+void checkCommand(const CLI::App& app, const std::vector<std::string>& arguments) {
+  if (arguments.size() < 2 || arguments[1].starts_with('-')) return;
   std::vector<std::string> names;
   for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
-  if (std::ranges::find(names, argv[1]) == names.end())
-    throw Failure(ExitCode::usage, "no command '" + std::string(argv[1]) + "'; did you mean '" +
-                                       catalogue::nearest(argv[1], names) + "'?");
+  if (std::ranges::find(names, arguments[1]) == names.end())
+    throw Failure(ExitCode::usage,
+                  "no command '" + arguments[1] + "'; did you mean '" + catalogue::nearest(arguments[1], names) + "'?");
 }
 
-int perform(int argc, char** argv) {
+int perform(const std::vector<std::string>& arguments) {
   CLI::App app("Raster image operations. 'rasterkit list' shows them, 'rasterkit help OPERATION' explains one.",
                "rasterkit");
   app.set_version_flag("--version", "rasterkit " RASTERKIT_VERSION);
+  // A word that begins with / is a file on every system.
+  app.allow_windows_style_options(false);
   app.require_subcommand(0, 1);
   app.footer("Exit codes: rasterkit help exit-codes. How steps are written: rasterkit help recipes.");
 
@@ -105,9 +108,10 @@ int perform(int argc, char** argv) {
   completes->add_option("shell", shell, "bash, zsh or fish")->required();
   CLI::App* const manuals = app.add_subcommand("manual", "Print the manual page");
 
-  checkCommand(app, argc, argv);
+  checkCommand(app, arguments);
   try {
-    app.parse(argc, argv);
+    // The parser takes them from the end.
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend() - 1));
   } catch (const CLI::Success& wanted) {
     return app.exit(wanted);
   } catch (const CLI::ParseError& error) {
@@ -141,7 +145,7 @@ int main(int argc, char** argv) {
   // What the library has to say is one line too.
   setMessageHandler([](void*, const char* text, const char*, unsigned) { return tools::complain(text), 1; });
   try {
-    return tools::perform(argc, argv);
+    return tools::perform(tools::programArguments(argc, argv));
   } catch (const tools::Failure& failure) {
     tools::complain(failure.what());
     return failure.code();

@@ -12,6 +12,7 @@
 #include <memory>
 #include <vector>
 
+#include "tools/paths.h"
 #include "tools/system.h"
 
 namespace rasterkit::tools {
@@ -200,7 +201,7 @@ void plotHistogram(const catalogue::HistogramFindings& found, const std::string&
                    const std::filesystem::path& path) {
   const bool isSvg = path.extension() == ".svg";
   if (!isSvg && path.extension() != ".png")
-    throw Failure(ExitCode::usage, path.string() + ": plots are written as .svg or .png");
+    throw Failure(ExitCode::usage, textOf(path) + ": plots are written as .svg or .png");
   std::vector<unsigned char> bytes;
   {
     const std::unique_ptr<cairo_surface_t, Destroy> surface(
@@ -214,7 +215,7 @@ void plotHistogram(const catalogue::HistogramFindings& found, const std::string&
     else
       cairo_surface_write_to_png_stream(surface.get(), append, &bytes);
     if (const auto status = cairo_surface_status(surface.get()); status != CAIRO_STATUS_SUCCESS && !isSvg)
-      throw Failure(ExitCode::unexpected, path.string() + ": " + cairo_status_to_string(status));
+      throw Failure(ExitCode::unexpected, textOf(path) + ": " + cairo_status_to_string(status));
   }
   replaceFile(path, bytes);
 }

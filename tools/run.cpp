@@ -15,6 +15,7 @@
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/json.h"
+#include "tools/paths.h"
 #include "tools/system.h"
 
 namespace rasterkit::tools {
@@ -35,7 +36,7 @@ struct Job {
   std::vector<std::filesystem::path> inputs;
   std::filesystem::path output;  // empty where nothing is written
   std::string name() const {
-    return inputs[0].string() + (inputs.size() > 1 ? " and " + std::to_string(inputs.size() - 1) + " more" : "");
+    return textOf(inputs[0]) + (inputs.size() > 1 ? " and " + std::to_string(inputs.size() - 1) + " more" : "");
   }
 };
 
@@ -172,7 +173,7 @@ class Batch {
         }
         process(job, runner);
         ++done_;
-        progress_.finished(job, job.output.empty() ? "" : " -> " + job.output.string());
+        progress_.finished(job, job.output.empty() ? "" : " -> " + textOf(job.output));
       } catch (const Stopped&) {
         return;
       } catch (const Failure& failure) {
@@ -227,7 +228,7 @@ class Batch {
   }
 
   void print(const Job& job, const catalogue::StepRecord& record) {
-    const std::string line = "{\"file\": " + jsonText(job.inputs[0].string()) +
+    const std::string line = "{\"file\": " + jsonText(textOf(job.inputs[0])) +
                              ", \"operation\": " + jsonText(record.step->operation->name) +
                              ", \"result\": " + record.report + "}\n";
     const std::scoped_lock lock(printing_);
@@ -250,7 +251,7 @@ class Batch {
 catalogue::Recipe recipeOf(const RunOptions& options, const std::vector<std::string>& steps) {
   std::vector<std::string> words;
   if (!options.recipeFile.empty()) {
-    const auto bytes = readFile(options.recipeFile);
+    const auto bytes = readFile(pathOf(options.recipeFile));
     try {
       words = catalogue::recipeWords({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     } catch (const catalogue::RecipeError& error) {
@@ -264,7 +265,7 @@ catalogue::Recipe recipeOf(const RunOptions& options, const std::vector<std::str
 catalogue::NamedImages imagesOf(const catalogue::Recipe& recipe) {
   catalogue::NamedImages images;
   for (const std::string& name : catalogue::imageNames(recipe)) {
-    auto pages = readImageFile(name).pages;
+    auto pages = readImageFile(pathOf(name)).pages;
     if (pages.size() > 1)
       throw Failure(ExitCode::damaged,
                     name + ": holds " + std::to_string(pages.size()) + " images, one is needed here");
@@ -300,12 +301,12 @@ std::vector<Job> jobsOf(const RunOptions& options, const std::vector<std::filesy
     const auto [maker, isNew] = makers.emplace(jobs[i].output, jobs[i].name());
     if (!isNew)
       throw Failure(ExitCode::usage, maker->second + " and " + jobs[i].name() + " would both be written to " +
-                                         jobs[i].output.string() + "; put {index} into the name after -o");
+                                         textOf(jobs[i].output) + "; put {index} into the name after -o");
     std::error_code error;
     const auto folder = jobs[i].output.parent_path();
     if (!folder.empty() && !std::filesystem::is_directory(folder, error))
       throw Failure(ExitCode::unwritable,
-                    jobs[i].output.string() + ": there is no folder " + folder.string() + "; make it first");
+                    textOf(jobs[i].output) + ": there is no folder " + textOf(folder) + "; make it first");
     if (options.resume && std::filesystem::equivalent(jobs[i].output, jobs[i].inputs[0], error))
       throw Failure(ExitCode::usage,
                     "--resume cannot tell what is done where inputs are written over; give -o another name");

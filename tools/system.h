@@ -5,11 +5,17 @@
 #include <cstddef>
 #include <filesystem>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace rasterkit::tools {
 
-/// The whole of a regular file. Throws Failure for anything else.
+/// What the program was called with, its own name first, as UTF-8; its output may be UTF-8 from then on.
+std::vector<std::string> programArguments(int argc, char** argv);
+
+/// The whole of a regular file. Throws Failure for anything else, for one that changes while it is read, and for one
+/// that is too large to hold an image.
+constexpr long long kMostBytes = (1LL << 32) - 1;
 std::vector<unsigned char> readFile(const std::filesystem::path& path);
 /// Puts the bytes in the place of the file in one step: readers see the old file or the new one, never a part. Throws
 /// Failure, with the file as it was.

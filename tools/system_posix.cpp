@@ -32,6 +32,8 @@ std::string reason(int error) {
   throw Failure(ExitCode::unwritable, path.string() + ": " + why);
 }
 
+constexpr const char* kChanged = "was changed while it was read; try again when that is done";
+
 struct Descriptor {
   int number;
   ~Descriptor() { close(); }
@@ -68,6 +70,8 @@ void stop(int) {
 std::atomic<bool> stopRequested = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
 
+std::vector<std::string> programArguments(int argc, char** argv) { return {argv, argv + argc}; }
+
 std::vector<unsigned char> readFile(const std::filesystem::path& path) {
   // Not to wait for a pipe's writer.
   Descriptor file{::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
@@ -76,6 +80,7 @@ std::vector<unsigned char> readFile(const std::filesystem::path& path) {
   if (::fstat(file.number, &status) != 0) cannotRead(path, reason(errno));
   if (S_ISDIR(status.st_mode)) cannotRead(path, "is a folder, not an image file");
   if (!S_ISREG(status.st_mode)) cannotRead(path, "is not a regular file");
+  if (status.st_size > kMostBytes) cannotRead(path, "is larger than the 4 GiB that a file may have");
 
   std::vector<unsigned char> bytes(static_cast<std::size_t>(status.st_size));
   std::size_t held = 0;
@@ -83,9 +88,14 @@ std::vector<unsigned char> readFile(const std::filesystem::path& path) {
     const ssize_t count = ::read(file.number, bytes.data() + held, bytes.size() - held);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) cannotRead(path, reason(errno));
-    if (count == 0) cannotRead(path, "became shorter while it was read");
+    if (count == 0) cannotRead(path, kChanged);
     held += static_cast<std::size_t>(count);
   }
+  struct stat after {};
+  if (::fstat(file.number, &after) != 0) cannotRead(path, reason(errno));
+  if (after.st_size != status.st_size || after.st_mtim.tv_sec != status.st_mtim.tv_sec ||
+      after.st_mtim.tv_nsec != status.st_mtim.tv_nsec)
+    cannotRead(path, kChanged);
   return bytes;
 }
 

@@ -346,11 +346,7 @@ void writePage(TIFF* tiff, const CPxImage& image, const std::string& name, const
     if (redFirst && bits == 32) swapRedAndBlue(reinterpret_cast<float*>(row.data()), image.width, image.channels);
     if (bits < 8) {
       Bytes packed((row.size() * static_cast<std::size_t>(bits) + 7) / 8);
-      for (std::size_t x = 0; x < row.size(); ++x) {
-        const std::size_t bit = x * static_cast<std::size_t>(bits);
-        packed[bit / 8] =
-            static_cast<unsigned char>(packed[bit / 8] | row[x] << (8 - static_cast<std::size_t>(bits) - bit % 8));
-      }
+      packBits(row.data(), packed.data(), image.width, bits);
       std::copy(packed.begin(), packed.end(), row.begin());
     }
     good = TIFFWriteScanline(tiff, row.data(), static_cast<std::uint32_t>(y), 0) == 1;

@@ -6,10 +6,13 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <regex>
+#include <set>
 
 #include "catalogue/catalogue.h"
 #include "tests/support/files.h"
 #include "tests/support/picture.h"
+#include "tests/tools/handmade.h"
 #include "tests/tools/shell.h"
 #include "tools/failure.h"
 #include "tools/image_file.h"
@@ -188,6 +191,64 @@ TEST_F(Program, leavesNothingTornOnAFullDisk) {
   EXPECT_EQ(filesIn(in), 3u);
 }
 
+TEST_F(Program, leavesNothingTornOnASmallFileSystem) {
+  CPxImage big(CM_GRAY, 8, 500, 500);
+  Random random(2);
+  for (int y = 0; y < 500; ++y)
+    for (int x = 0; x < 500; ++x) setSample(big, x, y, 0, random.between(0, 255));
+  write(in + "big.png", big);
+  // A file system of its own, gone with the shell.
+  const auto inside = [&](const std::string& command) {
+    return shell("unshare --map-root-user --mount sh -c 'mount -t tmpfs -o size=128k tmpfs " + out + " && { " +
+                 command + "; }'");
+  };
+  if (inside("true").code != 0) GTEST_SKIP() << "this user may not mount a small file system";
+  const Outcome outcome =
+      inside("cp " + photo + " " + out + "old.png; " + kTool + " run " + in + "big.png -o " + out +
+             "old.png; code=$?; cmp " + photo + " " + out + "old.png && ls -A " + out + "; exit $code");
+  EXPECT_EQ(outcome.code, ExitCode::unwritable) << outcome.errors;
+  EXPECT_NE(outcome.errors.find("no space left on device"), std::string::npos) << outcome.errors;
+  EXPECT_EQ(std::ranges::count(outcome.errors, '\n'), 1) << outcome.errors;
+  EXPECT_EQ(outcome.out, "old.png\n") << "the old file is whole, and nothing else is there";
+}
+
+TEST_F(Program, noticesThatAFileChangesUnderWay) {
+  const std::string large = in + "large.png";
+  write(large, contentOf(photo));
+  std::filesystem::resize_file(large, 400 << 20);
+  for (const char* change : {"touch " /* its time */, "truncate -s 100 " /* its length */}) {
+    std::string seen;
+    for (int attempt = 0; attempt < 40 && seen.empty(); ++attempt) {
+      std::filesystem::resize_file(large, 400 << 20);
+      const Outcome outcome = shell(kTool + " info " + large + " & sleep 0.0" + std::to_string(1 + attempt % 9) + "; " +
+                                    change + large + "; wait $!");
+      if (outcome.code == ExitCode::unreadable) seen = outcome.errors;
+    }
+    EXPECT_NE(seen.find("large.png: was changed while it was read; try again"), std::string::npos) << change << seen;
+    EXPECT_EQ(std::ranges::count(seen, '\n'), 1) << seen;
+  }
+}
+
+TEST_F(Program, believesNoFileBeyondItsMeans) {
+  const auto bytes = [&](const std::string& name, const Bytes& content) {
+    write(in + name, std::string(content.begin(), content.end()));
+    return in + name;
+  };
+  const std::string to = " -o " + out + "x.png";
+  expectFailure("run " + bytes("wide.png", handmadePng(30000, 20000, 8, 2, {}, {{1, 2, 3}})) + to, ExitCode::damaged,
+                "wide.png: declares 30000 x 20000 pixels, too many for a file of");
+  expectFailure("run " + bytes("most.png", handmadePng(0x7fffffff, 0x7fffffff, 16, 6, {}, {{1, 2, 3}})) + to,
+                ExitCode::damaged, "more than the 2 GiB");
+  write(in + "huge.tif", contentOf(photo));
+  std::filesystem::resize_file(in + "huge.tif", std::uintmax_t{5} << 30);
+  expectFailure("run " + in + "huge.tif" + to, ExitCode::unreadable, "huge.tif: is larger than the 4 GiB");
+  EXPECT_EQ(filesIn(out), 0u);
+  // What a file is called does not matter, what is in it does.
+  std::filesystem::copy_file(photo, in + "mislabelled.jpg");
+  EXPECT_EQ(tool("run " + in + "mislabelled.jpg" + to).code, 0);
+  EXPECT_PICTURE(read(out + "x.png"), grey);
+}
+
 TEST_F(Program, saysWhatIsWrongOnTheCommandLine) {
   expectFailure("rnu " + photo, ExitCode::usage, "no command 'rnu'; did you mean 'run'?");
   expectFailure("run " + photo + " --colour", ExitCode::usage, "--colour");
@@ -334,14 +395,75 @@ TEST_F(Program, completesInBash) {
   EXPECT_EQ(complete("rasterkit run a.png cut keep = up", 6).out, "upper\n");
   EXPECT_EQ(complete("rasterkit run a.png --res", 3).out, "--resume\n");
   EXPECT_EQ(complete("rasterkit run a.png cut ke", 4).errors, "");
+  EXPECT_EQ(complete("rasterkit hist a.png pea", 3).out, "peaks=\n");
+  EXPECT_EQ(complete("rasterkit run a.png median -o " + in + "ph", 5).out, photo + "\n");
 }
 
-TEST_F(Program, hasCompletionForOtherShellsAndAManual) {
-  for (const char* what : {"completion zsh", "completion fish", "manual"}) {
-    const Outcome outcome = tool(what);
-    EXPECT_EQ(outcome.code, 0);
-    EXPECT_NE(outcome.out.find("threshold"), std::string::npos) << what;
+TEST_F(Program, completesEveryOptionOfEveryCommand) {
+  const auto wordsOf = [](const std::string& text, const std::string& pattern) {
+    std::set<std::string> words;
+    const std::regex expression(pattern);
+    for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end; ++match)
+      words.insert((*match)[1]);
+    return words;
+  };
+  const auto commands = wordsOf(tool("--help").out.substr(tool("--help").out.find("Subcommands")), "\n  ([a-z]+) ");
+  EXPECT_TRUE(commands.contains("gallery"));
+  for (const std::string& command : commands) {
+    const auto options = wordsOf(tool(command + " --help").out, "\n  (?:-[a-z],)?(--[a-z]+)");
+    const Outcome completed =
+        shell("bash -c '. <(" + kTool + " completion bash); COMP_WORDS=(rasterkit " + command +
+              " --); COMP_CWORD=2; compopt() { :; }; _rasterkit; printf \"%s\\n\" \"${COMPREPLY[@]}\"'");
+    EXPECT_EQ(wordsOf(completed.out, "(--[a-z]+)"), options) << command;
+    const std::string fish = tool("completion fish").out;
+    for (const std::string& option : options) {
+      if (option == "--help") continue;
+      EXPECT_NE(fish.find("from " + command + "' -l " + option.substr(2)), std::string::npos) << command << option;
+    }
   }
+}
+
+TEST_F(Program, completesInZsh) {
+  if (shell("command -v zsh").code != 0) GTEST_SKIP() << "there is no zsh";
+  // What zsh's own functions would be given.
+  const auto complete = [&](const std::string& words, int current) {
+    return shell(
+        "zsh -fc 'compdef() { :; }; _describe() { print -l -- ${(P)2}; }; compset() { return 1; }; _files() { print "
+        "files; }; compadd() { print -l -- $@; }; words=(" +
+        words + "); CURRENT=" + std::to_string(current) + "; . <(" + kTool + " completion zsh)'");
+  };
+  EXPECT_NE(complete("rasterkit inf", 2).out.find("\ninfo:show what images are\n"), std::string::npos);
+  EXPECT_NE(complete("rasterkit run a.png thr", 4).out.find("\nthreshold:"), std::string::npos);
+  EXPECT_NE(complete("rasterkit run a.png threshold lev", 5).out.find("level=\n"), std::string::npos);
+  EXPECT_NE(complete("rasterkit lines a.png --ov", 4).out.find("--over\n"), std::string::npos);
+  EXPECT_NE(complete("rasterkit hist a.png pe", 4).out.find("peaks=\n"), std::string::npos);
+  EXPECT_EQ(complete("rasterkit run a.png -o x", 5).out, "files\n");
+  EXPECT_EQ(complete("rasterkit run a.png threshold lev", 5).errors, "");
+}
+
+TEST_F(Program, completesInFish) {
+  if (shell("command -v fish").code != 0) GTEST_SKIP() << "there is no fish";
+  const auto complete = [&](const std::string& line) {
+    return shell("HOME=" + out + " fish -c '" + kTool + " completion fish | source; complete -C \"" + line + "\"'").out;
+  };
+  EXPECT_EQ(complete("rasterkit inf").substr(0, 5), "info\t");
+  EXPECT_EQ(complete("rasterkit run a.png thresho").substr(0, 10), "threshold\t");
+  EXPECT_EQ(complete("rasterkit run a.png threshold lev").substr(0, 6), "level=");
+  EXPECT_EQ(complete("rasterkit lines a.png --over").substr(0, 6), "--over");
+  EXPECT_EQ(complete("rasterkit hist a.png pea").substr(0, 6), "peaks=");
+}
+
+TEST_F(Program, hasAManual) {
+  const Outcome outcome = tool("manual");
+  EXPECT_EQ(outcome.code, 0);
+  for (const auto& operation : catalogue::operations())
+    EXPECT_NE(outcome.out.find("\n.B " + operation.name.substr(0, operation.name.find('-'))), std::string::npos)
+        << operation.name;
+  if (shell("command -v man").code != 0) return;
+  const Outcome shown = shell(kTool + " manual >" + out + "rasterkit.1; LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -l " +
+                              out + "rasterkit.1 >" + out + "shown");
+  EXPECT_EQ(shown.code, 0);
+  EXPECT_EQ(shown.errors, "");
 }
 
 }  // namespace
