@@ -27,15 +27,15 @@ void* counted(void* block) {
   return block;
 }
 
-void* allocated(std::size_t size) {
-  void* const block = runsOut() ? nullptr : counted(std::malloc(size ? size : 1));
-  if (!block) throw std::bad_alloc();
-  return block;
+// Null where memory has run out.
+void* taken(std::size_t size) { return runsOut() ? nullptr : counted(std::malloc(size ? size : 1)); }
+
+void* taken(std::size_t size, std::align_val_t alignment) {
+  const auto step = static_cast<std::size_t>(alignment);
+  return runsOut() ? nullptr : counted(std::aligned_alloc(step, (size + step) / step * step));
 }
 
-void* allocated(std::size_t size, std::align_val_t alignment) {
-  const auto step = static_cast<std::size_t>(alignment);
-  void* const block = runsOut() ? nullptr : counted(std::aligned_alloc(step, (size + step) / step * step));
+void* allocated(void* block) {
   if (!block) throw std::bad_alloc();
   return block;
 }
@@ -62,14 +62,18 @@ long allocations() { return made; }
 
 using namespace rasterkit::test;
 
-void* operator new(std::size_t size) { return allocated(size); }
-void* operator new[](std::size_t size) { return allocated(size); }
-void* operator new(std::size_t size, std::align_val_t alignment) { return allocated(size, alignment); }
-void* operator new[](std::size_t size, std::align_val_t alignment) { return allocated(size, alignment); }
+void* operator new(std::size_t size) { return allocated(taken(size)); }
+void* operator new[](std::size_t size) { return allocated(taken(size)); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return taken(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return taken(size); }
+void* operator new(std::size_t size, std::align_val_t alignment) { return allocated(taken(size, alignment)); }
+void* operator new[](std::size_t size, std::align_val_t alignment) { return allocated(taken(size, alignment)); }
 void operator delete(void* block) noexcept { freed(block); }
 void operator delete[](void* block) noexcept { freed(block); }
 void operator delete(void* block, std::size_t) noexcept { freed(block); }
 void operator delete[](void* block, std::size_t) noexcept { freed(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { freed(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { freed(block); }
 void operator delete(void* block, std::align_val_t) noexcept { freed(block); }
 void operator delete[](void* block, std::align_val_t) noexcept { freed(block); }
 void operator delete(void* block, std::size_t, std::align_val_t) noexcept { freed(block); }

@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """Changes row kernels in one small place at a time and counts how many changes the tests notice.
 
-Works on a copy of the tree in build/mutation, built for one processor level, and prints every change that nothing
-noticed. A change is caught when random draws or a test fail, crash or take far too long; one that does not compile is
+Works on a copy of the tree in build/mutation. Of it only the library is built, for one processor level; the test programs
+of build/release run with it. Prints every change that nothing noticed. A change is caught when random draws or a test fail, crash or take far too long; one that does not compile is
 none.
 """
 
 import argparse
+import os
 import pathlib
 import random
 import re
@@ -18,6 +19,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 FOLDER = ROOT / "build" / "mutation"
 TREE = FOLDER / "tree"
 BUILD = FOLDER / "build"
+PROGRAMS = ROOT / "build" / "release" / "tests"
 
 # What is looked for, and what takes its place.
 CHANGES = [
@@ -60,9 +62,10 @@ def candidates(path):
                 yield path, number, kind, lines[number], changed
 
 
-def run(command, timeout, **options):
+def run(*command, timeout):
+    environment = os.environ | {"LD_LIBRARY_PATH": str(BUILD)}
     try:
-        return subprocess.run(command, timeout=timeout, capture_output=True, text=True, **options).returncode
+        return subprocess.run(command, timeout=timeout, capture_output=True, env=environment).returncode
     except subprocess.TimeoutExpired:
         return -1
 
@@ -80,25 +83,26 @@ def copy_tree():
         shutil.copyfile(source, target)
 
 
-def build(jobs, *targets):
-    return subprocess.run(["cmake", "--build", BUILD, "-j", str(jobs), "--target", *targets], capture_output=True, text=True)
+def build(jobs):
+    command = ["cmake", "--build", BUILD, "-j", str(jobs), "--target", "rasterkit_shared"]
+    return subprocess.run(command, capture_output=True, text=True)
 
 
 def prepare(jobs):
     copy_tree()
     subprocess.run(
         ["cmake", "-G", "Ninja", "-S", TREE, "-B", BUILD, "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1",
-         "-DRASTERKIT_LEVELS=baseline", "-DRASTERKIT_TOOLS=OFF", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"],
+         "-DRASTERKIT_LEVELS=baseline", "-DRASTERKIT_TOOLS=OFF", "-DRASTERKIT_TESTS=OFF"],
         check=True, capture_output=True)
-    built = build(jobs, "rasterkit_tests", "rasterkit_draws")
+    built = build(jobs)
     if built.returncode:
         sys.exit(built.stdout[-4000:])
 
 
 def noticed():
-    if run([BUILD / "tests/fuzz/rasterkit_draws", "20000"], 120):
+    if run(PROGRAMS / "fuzz/rasterkit_draws", "20000", timeout=300):
         return "draws"
-    if run([BUILD / "tests/rasterkit_tests", "--gtest_brief=1", "--gtest_fail_fast"], 900, cwd=TREE):
+    if run(PROGRAMS / "rasterkit_tests", "--gtest_brief=1", "--gtest_fail_fast", timeout=1800):
         return "tests"
     return None
 
@@ -137,7 +141,7 @@ def main():
         lines[number] = after
         path.write_text("\n".join(lines))
         try:
-            if build(options.jobs, "rasterkit_shared").returncode:
+            if build(options.jobs).returncode:
                 continue
             how = noticed()
         finally:
@@ -149,7 +153,7 @@ def main():
             caught += 1
         else:
             survivors.append((place, before.strip(), after.strip()))
-    build(options.jobs, "rasterkit_shared")
+    build(options.jobs)
 
     for place, before, after in survivors:
         print(f"\n{place}\n  was {before}\n  is  {after}")
