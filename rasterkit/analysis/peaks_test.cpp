@@ -199,6 +199,10 @@ TEST(HistogramSmooth, hasNoThirdDifferencesOfAHistogramWithCounts) {
   EXPECT_EQ(histogram.GetBuffer(HIST_DIFF3), nullptr);
   EXPECT_NE(histogram.GetBuffer(HIST_DIFF2), nullptr);
   EXPECT_EQ(values(histogram, HIST_SMOOTHED), (std::vector<int>{3, 5, -7, 2}));
+  const std::vector<int> given = {5, 6, 8, 20};
+  histogram.SetBuffer(given.data(), HIST_DIFF2);
+  EXPECT_EQ(CPxHistogramProcessing(&histogram).Smooth(0, HIST_DIFF3, 0, -1, -1), 1);
+  EXPECT_EQ(values(histogram, HIST_DIFF2), given);
 }
 
 TEST(HistogramSmooth, refusesOtherFlags) {
@@ -394,6 +398,36 @@ TEST(HistogramPeaks, thatAreCloseAreMergedIntoTheHigher) {
   EXPECT_EQ(valid[0].density, 500);
   EXPECT_EQ(valid[0].nextPosition, 160);  // the valley after 120
   EXPECT_EQ(processing.GetMaximaArray().GetSize(), 4);
+}
+
+TEST(HistogramPeaks, ofEqualDensityStayInPlaceHoweverManyThereAre) {
+  std::vector<int> curve(201, 0), inOrder;
+  for (int i = 2; i < 200; i += 4) curve[i] = 7, inOrder.push_back(i);
+  CPxHistogram histogram = of(curve);
+  setCurve(histogram, curve);
+  CPxHistogramProcessing processing(&histogram);
+  processing.SetMaxRawMaximaCount(100);
+  processing.FindMaximaMinima();
+  EXPECT_EQ(positions(processing.GetMaximaArray()), inOrder);
+}
+
+TEST(HistogramPeaks, mustRiseMoreThanSixThousandthsOfTheGreatestCount) {
+  // The maxima at 20 and 22 are merged, which leaves two as allowed; one round is held all the same. Of 1000 it lets
+  // those go that rise by 6 at most.
+  for (const int rise : {6, 7}) {
+    std::vector<int> curve(200, 0);
+    curve[20] = 1000, curve[21] = 500, curve[22] = 990;
+    for (int i = 23; i < 100; ++i) curve[i] = 300;
+    curve[100] = 300 + rise;
+    CPxHistogram histogram = of(curve);
+    setCurve(histogram, curve);
+    CPxHistogramProcessing processing(&histogram);
+    processing.SetMinIntervalRatio(0.02);
+    processing.FindMaximaMinima();
+    EXPECT_EQ(positions(processing.GetMaximaArray()), (std::vector<int>{20, 22, 100}));
+    EXPECT_EQ(positions(processing.GetValidMaximaArray()),
+              rise == 6 ? (std::vector<int>{20}) : (std::vector<int>{20, 100}));
+  }
 }
 
 TEST(HistogramPeaks, countsBelowOneAreOne) {

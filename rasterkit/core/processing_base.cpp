@@ -56,7 +56,7 @@ int CPxImageProcessingBase::GetPlane(int plane, CPxImage& out) {
   const bool copies = plane >= 0 && plane < channels && sampleClass(source.bitsPerSample) != SampleClass::none;
   Storage::create(out, CM_GRAY, source.bitsPerSample, source.width, source.height, 0,
                   copies ? Storage::Samples::any : Storage::Samples::zero);
-  if (!copies || !out.IsCreated()) return 1;  // none is, of fewer than 0 bits
+  if (!copies) return 1;
 
   bySampleSize(source.bitsPerSample, [&]<class S>() {
     const auto in = viewOf<S>(source, channels);
