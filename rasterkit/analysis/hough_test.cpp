@@ -410,9 +410,8 @@ TEST(HoughDetect, findsLinesWithinAPixelAndHalfADegree) {
     const CPxHoughLine& line = lineAt(transform, 0);
     ASSERT_GE(line.rhos.GetSize(), 1);
     EXPECT_NEAR(-90 + line.theta / 2.0, degrees, 0.5);
-    // Distances are those of columns counted from 1, in cells a little wider than a pixel.
-    const double rhoMaximum = std::sqrt(160 * 160 + 120 * 120), step = 2 * rhoMaximum / 400;
-    EXPECT_NEAR(line.rhos[0] * step - rhoMaximum, distance + std::cos(degrees * std::numbers::pi / 180), 1.5);
+    // The middle of the cell; distances are those of columns counted from 1.
+    EXPECT_NEAR(line.rhos[0] + 0.5 - 200, distance + std::cos(degrees * std::numbers::pi / 180), 1.0);
   }
 }
 
