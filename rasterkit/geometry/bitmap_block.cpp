@@ -121,7 +121,6 @@ BitField::BitField(std::uint32_t mask) : mask_(mask), shift_(std::countr_zero(ma
   int width = std::popcount(mask);
   if (width > 8) {
     shift_ += width - 8;
-    mask_ = mask_ >> shift_ << shift_;
     width = 8;
   }
   const int most = (1 << width) - 1;

@@ -54,8 +54,8 @@ class BitField {
   std::uint8_t operator()(std::uint32_t pixel) const { return samples_[(pixel & mask_) >> shift_]; }
 
  private:
-  std::uint32_t mask_;  // at most 8 bits
-  int shift_;
+  std::uint32_t mask_;
+  int shift_;  // to the lowest of its top 8 bits
   std::array<std::uint8_t, 256> samples_{};
 };
 

@@ -249,6 +249,13 @@ TEST(ResizeEx, scrollsTheBlocksAndKeepsTheFirstPixel) {
   EXPECT_PICTURE(magnified(source, 2, CPoint(2, 0), 4, 1), gray8({{1, 1, 2, 2}}));
 }
 
+TEST(ResizeEx, takesTheReciprocalInSinglePrecision) {
+  // 1 / 25 as a float is a little less than 0.04, so that column 25 is still the first one.
+  const CPxImage dst = magnified(gray8({{1, 2}}), 25, CPoint(0, 0), 27, 1);
+  EXPECT_EQ(sampleAt(dst, 25, 0), 1);
+  EXPECT_EQ(sampleAt(dst, 26, 0), 2);
+}
+
 TEST(ResizeEx, staysInsideTheSource) {
   EXPECT_PICTURE(magnified(gray8({{1, 2}, {3, 4}}), 1, CPoint(0, 0), 4, 3),
                  gray8({{1, 2, 2, 2}, {3, 4, 4, 4}, {3, 4, 4, 4}}));
