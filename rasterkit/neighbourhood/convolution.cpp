@@ -14,7 +14,6 @@
 #include "rasterkit/core/numbers.h"
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/prefetch.h"
-#include "rasterkit/core/result_rows.h"
 #include "rasterkit/core/window.h"
 #include "rasterkit/neighbourhood/convolution_engine.h"
 #include "rasterkit/neighbourhood/convolution_kernels.h"
@@ -142,7 +141,6 @@ void eachRow(View<const S> in, View<S> out, View<const std::uint8_t> mask, const
   const std::size_t first = static_cast<std::size_t>(area.left) * channels, n = width * channels;
   // Lines for what the mask selects of, and for rows beyond the area.
   std::vector<S> lines(mask.first || together > 1 ? n * together : 0);
-  ResultRows<S> results(in, out, first, n, together);
   std::vector<const T*> piece(window.count());
 
   const auto keep = [clears](const S* from, S* to, std::size_t count) {
@@ -166,7 +164,7 @@ void eachRow(View<const S> in, View<S> out, View<const std::uint8_t> mask, const
       S* const whole = out.row(y + i);
       keep(from, whole, mask.first ? in.samples() : first);
       keep(from + first + n, whole + first + n, in.samples() - first - n);
-      if (!mask.first) to[i] = results.row(y + i);
+      if (!mask.first) to[i] = whole + first;
     }
     constexpr std::size_t most = 4096 / sizeof(T);
     for (std::size_t at = 0, samples; at < n; at += samples) {
@@ -174,13 +172,12 @@ void eachRow(View<const S> in, View<S> out, View<const std::uint8_t> mask, const
       for (int i = together; i < 2 * together; ++i) {
         const std::int64_t next = std::int64_t{y} + area.around.below + i;
         if (next < in.height) fetchAhead(in.row(static_cast<int>(next)) + first + at, samples * sizeof(S));
-        if (!results.streams() && y + i < in.height) fetchAhead(out.row(y + i) + first + at, samples * sizeof(S));
+        if (y + i < in.height) fetchAhead(out.row(y + i) + first + at, samples * sizeof(S));
       }
       S* pieces[together];
       for (int i = 0; i < together; ++i) pieces[i] = to[i] + at;
       row(piece.data(), pieces, samples);
     }
-    if (!mask.first) results.finish(y, count);
     for (int i = 0; mask.first && i < count; ++i)
       selectRow<S>()(to[i], mask.row(y + i) + area.left, channels, out.row(y + i) + first, width);
   }

@@ -100,145 +100,97 @@ void medianTwoRows(const S* const* rows, S* const* out, size_t n, size_t step) {
 constexpr size_t kBlock = 512;
 constexpr size_t kMostStep = 4;
 
-// Three rows of a block, from a pixel to the left of the samples that are looked at.
+// Four rows of a block, from a pixel to the left of the samples that are looked at.
 template <class S>
 struct Around {
   const S* above;
-  const S* here;
+  const S* first;
+  const S* second;
   const S* below;
   size_t step;
 };
 
-// Which samples of a block stand out: all bits set, else 0; and those of which an approximate sum leaves it in doubt. A
-// mark has the size of a sample, so that vectors of both have the same length.
+// Sums down the columns of three rows, for the two rows in the middle.
+template <class Sum>
+struct ColumnSums {
+  Sum upper[kBlock + 2 * kMostStep];
+  Sum lower[kBlock + 2 * kMostStep];
+};
+
+template <class S, class Sum>
+inline void addColumns(const Around<S>& around, size_t n, ColumnSums<Sum>& sums) {
+  const S* const __restrict above = around.above;
+  const S* const __restrict first = around.first;
+  const S* const __restrict second = around.second;
+  const S* const __restrict below = around.below;
+  for (size_t i = 0; i < n + 2 * around.step; ++i) {
+    const auto both = static_cast<Sum>(static_cast<Sum>(first[i]) + static_cast<Sum>(second[i]));
+    sums.upper[i] = static_cast<Sum>(both + above[i]);
+    sums.lower[i] = static_cast<Sum>(both + below[i]);
+  }
+}
+
+// 8 times the difference of a sample from the mean of its neighbours: 9 x the sample less the sum of all nine.
+template <class Sum>
+inline Sum magnitudeOf(Sum centre, const Sum* columns, size_t step) {
+  const auto all = static_cast<Sum>(columns[0] + columns[step] + columns[2 * step]);
+  const auto difference = static_cast<Sum>(9 * centre - all);
+  return static_cast<Sum>(difference < 0 ? -difference : difference);
+}
+
+// choose(median, row, i, sums): what becomes of sample i of one row or the other, as a key.
+template <class S, class Sum, class F>
+inline void denoise(const Around<S>& around, const ColumnSums<Sum>& sums, S* __restrict outFirst,
+                    S* __restrict outSecond, size_t n, F choose) {
+  using K = decltype(keyOf(S()));
+  const S* const __restrict above = around.above;
+  const S* const __restrict first = around.first;
+  const S* const __restrict second = around.second;
+  const S* const __restrict below = around.below;
+  const size_t step = around.step;
+  for (size_t i = 0; i < n; ++i) {
+    Column<K> upper[3], lower[3];
+    for (size_t j = 0, at = i; j < 3; ++j, at += step) {
+      const K a = keyOf(first[at]), b = keyOf(second[at]);
+      upper[j] = insert(least(a, b), greatest(a, b), keyOf(above[at]));
+      lower[j] = insert(least(a, b), greatest(a, b), keyOf(below[at]));
+    }
+    const S here = first[i + step], there = second[i + step];
+    outFirst[i] = choose(0, i, magnitudeOf(static_cast<Sum>(here), sums.upper + i, step), here,
+                         sampleOf(median(upper[0], upper[1], upper[2])));
+    outSecond[i] = choose(1, i, magnitudeOf(static_cast<Sum>(there), sums.lower + i, step), there,
+                          sampleOf(median(lower[0], lower[1], lower[2])));
+  }
+}
+
+// denoiseBlock(around, outFirst, outSecond, n, threshold): two rows of a block of n samples; threshold is 0 or more.
+
+// Whole numbers that hold 8 times the greatest sample.
 template <class S>
-struct MarkOf {
-  using Type = S;
+struct SumOf;
+template <>
+struct SumOf<uint8_t> {
+  using Type = int16_t;
 };
 template <>
-struct MarkOf<float> {
-  using Type = uint32_t;
-};
-template <class S>
-struct Marks {
-  using Mark = typename MarkOf<S>::Type;
-  static constexpr Mark kYes = static_cast<Mark>(-1);
-
-  Mark noise[kBlock];
-  Mark doubtful[kBlock];
+struct SumOf<uint16_t> {
+  using Type = int32_t;
 };
 
-// noise[i] = whether sample i stands out, from its eight neighbours and itself.
 template <class S>
-using MarkExactly = void (*)(const S* const* nine, size_t n, int limit, typename MarkOf<S>::Type* noise);
-
-// Marks the doubtful ones of n samples exactly, gathered so that vectors of them are looked at; all where they are
-// many.
-template <class S>
-void settle(const Around<S>& around, size_t n, size_t doubts, int limit, MarkExactly<S> markExactly, Marks<S>& marks) {
-  constexpr size_t many = kBlock / 8;
-  const size_t step = around.step;
-  const S* const nine[] = {around.above, around.above + step, around.above + 2 * step,
-                           around.here,  around.here + step,  around.here + 2 * step,
-                           around.below, around.below + step, around.below + 2 * step};
-  if (doubts > many || doubts == n) return markExactly(nine, n, limit, marks.noise);
-
-  uint16_t places[many + 1];
-  size_t count = 0;
-  for (size_t i = 0; i < n && count < doubts;) {
-    constexpr size_t some = 16 / sizeof(S);
-    uint64_t bits[2] = {1, 0};
-    const size_t next = least(i + some, n);
-    if (next == i + some) __builtin_memcpy(bits, marks.doubtful + i, sizeof bits);
-    for (; (bits[0] | bits[1]) != 0 && i < next; ++i) {
-      places[count] = static_cast<uint16_t>(i);
-      count += marks.doubtful[i] & 1;
-    }
-    i = next;
-  }
-  S gathered[9][many];
-  const S* const columns[] = {gathered[0], gathered[1], gathered[2], gathered[3], gathered[4],
-                              gathered[5], gathered[6], gathered[7], gathered[8]};
-  for (size_t k = 0; k < 9; ++k)
-    for (size_t j = 0; j < count; ++j) gathered[k][j] = nine[k][places[j]];
-  typename Marks<S>::Mark noise[many];
-  markExactly(columns, count, limit, noise);
-  for (size_t j = 0; j < count; ++j) marks.noise[places[j]] = noise[j];
-}
-
-// markNoise marks n samples that differ from the sum of their neighbours, eight times taken, by more than the limit,
-// and tells whether there may be any. The difference is 9 x the sample less the sum of all nine.
-
-bool markNoise(const Around<uint8_t>& around, size_t n, int limit, Marks<uint8_t>& marks) {
-  const uint8_t* const __restrict above = around.above;
-  const uint8_t* const __restrict here = around.here;
-  const uint8_t* const __restrict below = around.below;
-  const size_t step = around.step;
-  int16_t sums[kBlock + 2 * kMostStep];
-  for (size_t i = 0; i < n + 2 * step; ++i) sums[i] = static_cast<int16_t>(above[i] + here[i] + below[i]);
-  const auto limit16 = static_cast<int16_t>(least(limit, INT16_MAX));
-  uint8_t any = 0;
-  for (size_t i = 0; i < n; ++i) {
-    const auto difference = static_cast<int16_t>(9 * here[i + step] - (sums[i] + sums[i + step] + sums[i + 2 * step]));
-    const auto magnitude = static_cast<int16_t>(difference < 0 ? -difference : difference);
-    const uint8_t noise = magnitude > limit16 ? marks.kYes : 0;
-    marks.noise[i] = noise;
-    any |= noise;
-  }
-  return any != 0;
-}
-
-void markExactly(const uint16_t* const* nine, size_t n, int limit, uint16_t* __restrict noise) {
-  const uint16_t *const a = nine[0], *const b = nine[1], *const c = nine[2], *const d = nine[3], *const e = nine[4],
-                        *const f = nine[5], *const g = nine[6], *const h = nine[7], *const k = nine[8];
-  for (size_t i = 0; i < n; ++i) {
-    const int difference = 8 * e[i] - (a[i] + b[i] + c[i] + d[i] + f[i] + g[i] + h[i] + k[i]);
-    noise[i] = (difference < 0 ? -difference : difference) > limit ? UINT16_MAX : 0;
-  }
-}
-
-// In 16 bits, of samples without their low bits, so that the sums reach 8 x 4095. What is left out is 8 times the low
-// bits of a sample less those of its neighbours.
-template <int lowBits>
-bool markNoise(const Around<uint16_t>& around, size_t n, int limit, Marks<uint16_t>& marks) {
-  const uint16_t* const __restrict above = around.above;
-  const uint16_t* const __restrict here = around.here;
-  const uint16_t* const __restrict below = around.below;
-  const size_t step = around.step;
-  int16_t sums[kBlock + 2 * kMostStep];
-  for (size_t i = 0; i < n + 2 * step; ++i)
-    sums[i] = static_cast<int16_t>((above[i] >> lowBits) + (here[i] >> lowBits) + (below[i] >> lowBits));
-  constexpr int leftOut = 8 * ((1 << lowBits) - 1);
-  // Above `surely` it is noise, not above `hardly` it is not.
-  const auto surely = static_cast<int16_t>(least((limit + leftOut) >> lowBits, INT16_MAX));
-  const auto hardly = static_cast<int16_t>(least((limit - leftOut) >> lowBits, INT16_MAX));
-  uint16_t any = 0, doubts = 0;
-  for (size_t i = 0; i < n; ++i) {
-    const auto difference =
-        static_cast<int16_t>(9 * (here[i + step] >> lowBits) - (sums[i] + sums[i + step] + sums[i + 2 * step]));
-    const auto magnitude = static_cast<int16_t>(difference < 0 ? -difference : difference);
-    const uint16_t noise = magnitude > surely ? marks.kYes : 0;
-    const uint16_t perhaps = magnitude > hardly ? marks.kYes : 0;
-    marks.noise[i] = noise;
-    marks.doubtful[i] = noise ^ perhaps;
-    any |= perhaps;
-    doubts += (noise ^ perhaps) & 1;
-  }
-  if (doubts > 0) settle(around, n, doubts, limit, markExactly, marks);
-  return any != 0;
-}
-
-bool markNoise(const Around<uint16_t>& around, size_t n, int limit, Marks<uint16_t>& marks) {
-  limit = least(limit, 8 * UINT16_MAX);
-  uint16_t bits = 0;
-  for (size_t i = 0; i < n + 2 * around.step; ++i) bits |= around.above[i] | around.here[i] | around.below[i];
-  return bits < 4096 ? markNoise<0>(around, n, limit, marks) : markNoise<4>(around, n, limit, marks);
+void denoiseBlock(const Around<S>& around, S* outFirst, S* outSecond, size_t n, int threshold) {
+  using Sum = typename SumOf<S>::Type;
+  ColumnSums<Sum> sums;
+  addColumns(around, n, sums);
+  const auto limit = static_cast<Sum>(least(threshold, 8 * static_cast<S>(-1)));
+  denoise(around, sums, outFirst, outSecond, n,
+          [=](int, size_t, Sum magnitude, S centre, S middle) { return magnitude > limit ? middle : centre; });
 }
 
 // Of floats the eight differences are added in double, one at a time, and the total is truncated to a whole number each
 // time. The magnitude of the least integer, to which NaN truncates, is above every limit.
 template <int32_t (*truncate)(double)>
-void markExactly(const float* const* nine, size_t n, int limit, uint32_t* __restrict noise) {
+void mark(const float* const* nine, size_t n, int limit, uint32_t* __restrict noise) {
   const float *const a = nine[0], *const b = nine[1], *const c = nine[2], *const d = nine[3], *const e = nine[4],
                      *const f = nine[5], *const g = nine[6], *const h = nine[7], *const k = nine[8];
   for (size_t i = 0; i < n; ++i) {
@@ -262,87 +214,116 @@ inline int32_t magnitudeBits(float value) {
   return bits & INT32_MAX;
 }
 
-// A sum in single precision tells most samples apart: each of the eight truncations takes less than 1, and each of at
-// most 12 roundings less than 18 x 2^-24 of the greatest magnitude.
-bool markNoise(const Around<float>& around, size_t n, int limit, Marks<float>& marks) {
-  const float* const __restrict above = around.above;
-  const float* const __restrict here = around.here;
-  const float* const __restrict below = around.below;
-  const size_t step = around.step;
+// What the four rows hold: the greatest magnitude, and whether all of it is whole numbers.
+struct Extent {
+  float most;
+  bool whole;
+};
+
+inline Extent extentOf(const Around<float>& around, size_t n) {
+  const float *const above = around.above, *const first = around.first, *const second = around.second,
+                     *const below = around.below;
   int32_t bits = 0;
-  float sums[kBlock + 2 * kMostStep];
-  for (size_t i = 0; i < n + 2 * step; ++i) {
-    sums[i] = above[i] + here[i] + below[i];
-    bits = greatest(greatest(bits, magnitudeBits(above[i])), greatest(magnitudeBits(here[i]), magnitudeBits(below[i])));
+  uint32_t broken = 0;
+  for (size_t i = 0; i < n + 2 * around.step; ++i) {
+    const int32_t upper = greatest(magnitudeBits(above[i]), magnitudeBits(first[i]));
+    const int32_t lower = greatest(magnitudeBits(second[i]), magnitudeBits(below[i]));
+    bits = greatest(bits, greatest(upper, lower));
+    broken |= (__builtin_truncf(above[i]) != above[i]) | (__builtin_truncf(first[i]) != first[i]) |
+              (__builtin_truncf(second[i]) != second[i]) | (__builtin_truncf(below[i]) != below[i]);
   }
-  const float most = fromTotalOrderKey(bits);
+  return {fromTotalOrderKey(bits), broken == 0};
+}
 
-  constexpr int mostMagnitude = 1 << 22;
-  if (!(most < mostMagnitude)) {  // NaN too
-    settle(around, n, n, limit, markExactly<truncated>, marks);
-    return true;
-  }
-
-  limit = least(limit, 16 * mostMagnitude);
-  const float margin = 9 + most * 0x1p-16F;
-  const float surely = static_cast<float>(limit) + margin, hardly = static_cast<float>(limit) - margin;
-  uint32_t any = 0, doubts = 0;
+// Puts back the samples of a row that are no noise after all: of those in doubt, gathered so that vectors of them are
+// looked at.
+void putBack(const float* above, const float* here, const float* below, size_t step, const uint32_t* inDoubt,
+             float* out, size_t n, int limit) {
+  uint8_t doubts[kBlock + 8] = {};
+  uint32_t any = 0;
   for (size_t i = 0; i < n; ++i) {
-    const float magnitude = __builtin_fabsf(9 * here[i + step] - (sums[i] + sums[i + step] + sums[i + 2 * step]));
-    const uint32_t noise = magnitude > surely ? marks.kYes : 0;
-    const uint32_t perhaps = magnitude > hardly ? marks.kYes : 0;
-    marks.noise[i] = noise;
-    marks.doubtful[i] = noise ^ perhaps;
-    any |= perhaps;
-    doubts += (noise ^ perhaps) & 1;
+    doubts[i] = static_cast<uint8_t>(inDoubt[i] & 1);
+    any |= inDoubt[i];
   }
-  if (doubts > 0) settle(around, n, doubts, limit, markExactly<truncatedWithin>, marks);
-  return any != 0;
-}
-
-template <class S, class M>
-void keepOthers(const S* __restrict centre, const S* __restrict medians, const M* __restrict noise, S* __restrict out,
-                size_t n) {
-  for (size_t i = 0; i < n; ++i) out[i] = noise[i] ? medians[i] : centre[i];
-}
-
-template <class S>
-void removeNoise(const S* const* rows, S* const* out, size_t n, size_t step, int threshold) {
-  if (threshold < 0) return medianRow(rows, out, n, step);
-  Marks<S> marks;
-  S medians[kBlock];
-  eachBlock(n - 2 * step, kBlock, [&](size_t from, size_t to) {
-    const S *const above = rows[0] + from, *const here = rows[1] + from, *const below = rows[2] + from;
-    const size_t count = to - from;
-    S* const to_ = out[0] + step + from;
-    if (markNoise(Around<S>{above, here, below, step}, count, threshold, marks)) {
-      medianOfRows(above, here, below, medians, step, 0, count);
-      keepOthers(here + step, medians, marks.noise, to_, count);
-    } else {
-      __builtin_memcpy(to_, here + step, count * sizeof(S));
+  if (!any) return;
+  const float* const nine[] = {above, above + step, above + 2 * step, here, here + step, here + 2 * step,
+                               below, below + step, below + 2 * step};
+  uint16_t places[kBlock + 8];
+  size_t count = 0;
+  for (size_t i = 0; i < n; i += 8) {
+    uint64_t some;
+    __builtin_memcpy(&some, doubts + i, sizeof some);
+    for (size_t j = i; some != 0; ++j, some >>= 8) {
+      places[count] = static_cast<uint16_t>(j);
+      count += some & 1;
     }
-  });
+  }
+  float gathered[9][kBlock];
+  const float* const columns[] = {gathered[0], gathered[1], gathered[2], gathered[3], gathered[4],
+                                  gathered[5], gathered[6], gathered[7], gathered[8]};
+  for (size_t k = 0; k < 9; ++k)
+    for (size_t j = 0; j < count; ++j) gathered[k][j] = nine[k][places[j]];
+  uint32_t noise[kBlock];
+  mark<truncatedWithin>(columns, count, limit, noise);
+  for (size_t j = 0; j < count; ++j)
+    if (!noise[j]) out[places[j]] = gathered[4][j];
+}
+
+// A sum in single precision tells most samples apart: each of the eight truncations takes less than 1, and each of at
+// most 12 roundings less than 18 x 2^-24 of the greatest magnitude. Sums of whole numbers below 2^20 are exact, and
+// nothing is truncated.
+template <>
+void denoiseBlock(const Around<float>& around, float* outFirst, float* outSecond, size_t n, int threshold) {
+  const Extent extent = extentOf(around, n);
+  const size_t step = around.step;
+  constexpr int mostMagnitude = 1 << 22;
+  if (!(extent.most < mostMagnitude)) {  // NaN too
+    const float* const rows[] = {around.above, around.first, around.second, around.below};
+    float* const out[] = {outFirst, outSecond};
+    mediansOfRows(rows[0], rows[1], rows[2], rows[3], outFirst, outSecond, step, 0, n);
+    for (size_t row = 0; row < 2; ++row) {
+      const float *const a = rows[row], *const b = rows[row + 1], *const c = rows[row + 2];
+      const float* const nine[] = {a, a + step, a + 2 * step, b, b + step, b + 2 * step, c, c + step, c + 2 * step};
+      uint32_t noise[kBlock];
+      mark<truncated>(nine, n, threshold, noise);
+      for (size_t i = 0; i < n; ++i) out[row][i] = noise[i] ? out[row][i] : b[i + step];
+    }
+    return;
+  }
+
+  ColumnSums<float> sums;
+  addColumns(around, n, sums);
+  const int limit = least(threshold, 16 * mostMagnitude);
+  const float margin = extent.whole && extent.most < 1 << 20 ? 0 : 9 + extent.most * 0x1p-16F;
+  const float surely = static_cast<float>(limit) + margin, hardly = static_cast<float>(limit) - margin;
+  uint32_t doubts[2][kBlock];
+  denoise(around, sums, outFirst, outSecond, n,
+          [=, &doubts](int row, size_t i, float magnitude, float centre, float middle) {
+            const uint32_t noise = magnitude > surely ? 1 : 0, perhaps = magnitude > hardly ? 1 : 0;
+            doubts[row][i] = noise ^ perhaps;
+            return perhaps ? middle : centre;
+          });
+  putBack(around.above, around.first, around.second, step, doubts[0], outFirst, n, limit);
+  putBack(around.first, around.second, around.below, step, doubts[1], outSecond, n, limit);
 }
 
 template <class S>
 void removeNoiseOfTwoRows(const S* const* rows, S* const* out, size_t n, size_t step, int threshold) {
   if (threshold < 0) return medianTwoRows(rows, out, n, step);
-  Marks<S> marks[2];
-  S medians[2][kBlock];
-  eachBlock(n - 2 * step, kBlock, [&](size_t from, size_t to) {
-    const S* const in[] = {rows[0] + from, rows[1] + from, rows[2] + from, rows[3] + from};
-    const size_t count = to - from;
-    const bool first = markNoise(Around<S>{in[0], in[1], in[2], step}, count, threshold, marks[0]);
-    const bool second = markNoise(Around<S>{in[1], in[2], in[3], step}, count, threshold, marks[1]);
-    const bool any = first || second;
-    if (any) mediansOfRows(in[0], in[1], in[2], in[3], medians[0], medians[1], step, 0, count);
-    for (size_t j = 0; j < 2; ++j) {
-      S* const to_ = out[j] + step + from;
-      if (any)
-        keepOthers(in[j + 1] + step, medians[j], marks[j].noise, to_, count);
-      else
-        __builtin_memcpy(to_, in[j + 1] + step, count * sizeof(S));
-    }
+  eachBlock(n - 2 * step, kBlock, [=](size_t from, size_t to) {
+    denoiseBlock<S>({rows[0] + from, rows[1] + from, rows[2] + from, rows[3] + from, step}, out[0] + step + from,
+                    out[1] + step + from, to - from, threshold);
+  });
+}
+
+// Images of three rows have one to be made.
+template <class S>
+void removeNoise(const S* const* rows, S* const* out, size_t n, size_t step, int threshold) {
+  if (threshold < 0) return medianRow(rows, out, n, step);
+  eachBlock(n - 2 * step, kBlock, [=](size_t from, size_t to) {
+    S second[kBlock];
+    denoiseBlock<S>({rows[0] + from, rows[1] + from, rows[2] + from, rows[2] + from, step}, out[0] + step + from,
+                    second, to - from, threshold);
   });
 }
 

@@ -162,6 +162,35 @@ TEST(RemoveRandomNoise, thresholdZeroKeepsWhatIsEven) {
   EXPECT_FALSE(replaced(spot(8, 255, 0), 2040));
 }
 
+// Whole numbers in wider samples are judged alike, whatever they are summed in, near the threshold and at it.
+TEST(RemoveRandomNoise, everySampleClassJudgesWholeNumbersAlike) {
+  Random random(6);
+  const CPxImage narrow = randomImage(random, {CM_RGB, 8}, 211, 7);
+  CPxImage wide(CM_RGB, 16, 211, 7), real(CM_RGB, 32, 211, 7), broken(CM_RGB, 32, 211, 7);
+  for (int y = 0; y < 7; ++y)
+    for (int x = 0; x < 211; ++x)
+      for (int c = 0; c < 3; ++c) {
+        setSample(wide, x, y, c, sampleAt(narrow, x, y, c));
+        setSample(real, x, y, c, sampleAt(narrow, x, y, c));
+        setSample(broken, x, y, c, sampleAt(narrow, x, y, c));
+      }
+  setSample(broken, 0, 0, 0, 0.5);  // so that the rest is not known to be whole
+  for (int threshold = 0; threshold <= 2041; threshold += threshold < 64 ? 1 : 7) {
+    const CPxImage expected = withoutNoise(narrow, threshold);
+    CPxImage result = withoutNoise(wide, threshold), realResult = withoutNoise(real, threshold),
+             brokenResult = withoutNoise(broken, threshold);
+    for (int y = 0; y < 7; ++y)
+      for (int x = 0; x < 211; ++x)
+        for (int c = 0; c < 3; ++c) {
+          ASSERT_EQ(sampleAt(result, x, y, c), sampleAt(expected, x, y, c)) << threshold;
+          ASSERT_EQ(sampleAt(realResult, x, y, c), sampleAt(expected, x, y, c)) << threshold;
+          if (x > 1 || y > 1) {
+            ASSERT_EQ(sampleAt(brokenResult, x, y, c), sampleAt(expected, x, y, c)) << threshold;
+          }
+        }
+  }
+}
+
 TEST(RemoveRandomNoise, theFrameStays) {
   const CPxImage before = gray8({{255, 0, 255}, {0, 0, 0}, {255, 0, 0}});
   for (const int threshold : {-1, 0, 100, 5000}) EXPECT_PICTURE(withoutNoise(before, threshold), before);
