@@ -14,7 +14,8 @@ namespace {
 
 struct Box {
   std::wstring caption, text;
-  bool exclaims = false;
+  HICON icon = nullptr;
+  HWND owner = nullptr;
 };
 
 std::wstring textOf(HWND window) {
@@ -32,7 +33,8 @@ void readAndClose(const wchar_t* caption, Box& box) {
     const HWND window = FindWindowW(dialogClass, caption);
     const HWND text = window ? GetDlgItem(window, textControl) : nullptr;
     if (!text || !IsWindowVisible(window)) continue;
-    box = {textOf(window), textOf(text), GetDlgItem(window, iconControl) != nullptr};
+    const LRESULT icon = SendDlgItemMessageW(window, iconControl, STM_GETICON, 0, 0);
+    box = {textOf(window), textOf(text), reinterpret_cast<HICON>(icon), GetWindow(window, GW_OWNER)};
     PostMessageW(window, WM_COMMAND, IDOK, 0);
     return;
   }
@@ -54,6 +56,17 @@ TEST(MessageWindow, speaksEnglish) {
   const Box box = shown("Darkroom", L"Darkroom");
   EXPECT_EQ(box.caption, L"Darkroom");
   EXPECT_EQ(box.text, L"You should call a SetCoefficient and CreateVectorTable function first.");
+  EXPECT_EQ(box.icon, LoadIconW(nullptr, IDI_EXCLAMATION));
+}
+
+TEST(MessageWindow, belongsToTheActiveWindow) {
+  EXPECT_EQ(shown("Darkroom", L"Darkroom").owner, nullptr) << "none is active";
+  const HWND host = CreateWindowExW(0, L"STATIC", L"host", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 200, 100, nullptr,
+                                    nullptr, nullptr, nullptr);
+  ASSERT_NE(host, nullptr);
+  SetActiveWindow(host);
+  EXPECT_EQ(shown("Darkroom", L"Darkroom").owner, host);
+  DestroyWindow(host);
 }
 
 TEST(MessageWindow, speaksKorean) {

@@ -392,8 +392,7 @@ int shade(Call& c) {
   const int channels = image.channels, most = image.bitsPerSample <= 8 ? 255 : 65535;
   if (!image.IsCreated() || !blank.IsCreated() || image.width != blank.width || image.height != blank.height) return 0;
   if (image.bitsPerSample > 16 || channels == 2) return 1;
-  auto bytes = [](const CPxImage& i) { return i.bitsPerSample <= 8 ? 1 : i.bitsPerSample <= 16 ? 2 : 4; };
-  if (channels * bytes(image) != blank.channels * bytes(blank)) return 0;
+  if (test::pixelBytes(image) != test::pixelBytes(blank)) return 0;
 
   std::int64_t level[3] = {};
   for (int k = 0; k < 3; ++k) level[k] = std::min(truncated((k < blank.channels ? mean(blank, k) : 0) + 0.5), most);

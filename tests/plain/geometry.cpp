@@ -10,18 +10,17 @@ namespace rasterkit::plain {
 namespace {
 
 using catalogue::Call;
+using test::pixelBytes;
 using test::sampleAt;
 using test::setSample;
 
-int sampleBytes(const CPxImage& image) { return image.bitsPerSample <= 8 ? 1 : image.bitsPerSample <= 16 ? 2 : 4; }
-
 unsigned char* pixel(const CPxImage& image, int x, int y) {
   auto* const first = static_cast<unsigned char*>(const_cast<CPxImage&>(image).GetBuffer());
-  return first + std::ptrdiff_t{image.bytesPerLine} * y + std::ptrdiff_t{image.channels} * sampleBytes(image) * x;
+  return first + std::ptrdiff_t{image.bytesPerLine} * y + std::ptrdiff_t{pixelBytes(image)} * x;
 }
 
 void copyPixel(const CPxImage& from, int x, int y, CPxImage& to, int toX, int toY) {
-  std::memcpy(pixel(to, toX, toY), pixel(from, x, y), static_cast<std::size_t>(from.channels) * sampleBytes(from));
+  std::memcpy(pixel(to, toX, toY), pixel(from, x, y), static_cast<std::size_t>(pixelBytes(from)));
 }
 
 int truncated(double value) {

@@ -4,12 +4,14 @@
 #include <cstdint>
 #include <cstring>
 
+#include "tests/plain/rectangles.h"
 #include "tests/plain/twins.h"
 
 namespace rasterkit::plain {
 namespace {
 
 using catalogue::Call;
+using test::pixelBytes;
 using test::sampleAt;
 using test::setSample;
 
@@ -47,8 +49,6 @@ int cutOneSide(Call& c) {
 
 // Arithmetic ----------------------------------------------------------------------------------------------------------
 
-bool meansWhole(const CRect& r) { return r.left == -1 && r.top == -1 && r.right == -1 && r.bottom == -1; }
-
 int wrapped(std::int64_t value) { return static_cast<int>(static_cast<std::uint32_t>(value)); }
 // Toward zero, as a 32-bit conversion does it.
 int truncated(double value) {
@@ -56,25 +56,22 @@ int truncated(double value) {
 }
 int lowByte(int value) { return static_cast<int>(static_cast<std::uint32_t>(value) % 256); }
 
-// The samples of 1, 3 and 4 channels, inside the rectangle with right and bottom, become f(sample).
-int changeByConstant(Call& c, const std::function<double(double)>& f) {
-  CPxImage& image = c.dst();
-  CRect r = c.rectangle();
-  if (!image.IsCreated()) return 0;
-  if (meansWhole(r)) {
-    r = CRect(0, 0, image.width - 1, image.height - 1);
-  } else {
-    if (r.left > r.right) std::swap(r.left, r.right);
-    if (r.top > r.bottom) std::swap(r.top, r.bottom);
-  }
-  if (r.left > image.width - 1 || r.right < 0 || r.top > image.height - 1 || r.bottom < 0) return 0;
-  if (image.channels == 2 || image.bitsPerSample > 32 || (image.bitsPerSample > 16 && image.channels != 1)) return 1;
+// Every sample inside the rectangle, right and bottom with it, becomes f(sample).
+int change(CPxImage& image, const CRect& r, const std::function<double(double)>& f) {
   for (int y = 0; y < image.height; ++y)
     for (int x = 0; x < image.width; ++x)
-      for (int i = 0; i < image.channels; ++i)
-        if (x >= r.left && x <= r.right && y >= r.top && y <= r.bottom)
-          setSample(image, x, y, i, f(sampleAt(image, x, y, i)));
+      for (int i = 0; contains(r, x, y) && i < image.channels; ++i)
+        setSample(image, x, y, i, f(sampleAt(image, x, y, i)));
   return 1;
+}
+
+int changeByConstant(Call& c, const std::function<double(double)>& f) {
+  CPxImage& image = c.dst();
+  if (!image.IsCreated()) return 0;
+  const CRect r = meansWhole(c.rectangle()) ? wholeOf(image) : normalised(c.rectangle());
+  if (liesOutside(r, image)) return 0;
+  if (image.channels == 2 || image.bitsPerSample > 32 || (image.bitsPerSample > 16 && image.channels != 1)) return 1;
+  return change(image, r, f);
 }
 
 double single(double value) { return static_cast<double>(static_cast<float>(value)); }
@@ -124,10 +121,6 @@ int multiplyReal(Call& c) {
   });
 }
 
-int pixelBytes(const CPxImage& image) {
-  return image.channels * (image.bitsPerSample <= 8 ? 1 : image.bitsPerSample <= 16 ? 2 : 4);
-}
-
 // f(sample, other's sample) over the framework's rectangle, the other image's corner on the rectangle's.
 int combine(Call& c, bool reals, const std::function<double(double, double)>& f) {
   CPxImage& image = c.dst();
@@ -137,12 +130,9 @@ int combine(Call& c, bool reals, const std::function<double(double, double)>& f)
   int left = r.left, top = r.top;
   if (meansWhole(r)) {
     left = top = 0;
-    r = CRect(0, 0, image.width - 1, image.height - 1);
-  } else {
-    if (r.left >= r.right || r.top >= r.bottom) return 0;
-    r = CRect(std::max(r.left, 0), std::max(r.top, 0), std::min(r.right, image.width - 1),
-              std::min(r.bottom, image.height - 1));
-    if (r.left >= r.right || r.top >= r.bottom) return 0;
+    r = wholeOf(image);
+  } else if (!intersected(r, image)) {
+    return 0;
   }
   if (image.channels == 2 || image.bitsPerSample > (reals ? 32 : 16)) return 1;
   if (pixelBytes(image) != pixelBytes(other)) return 0;
@@ -176,50 +166,33 @@ int brightness(Call& c) {
   if (!image.IsCreated() || image.width == 0 || image.height == 0) return 0;
   if (image.channels == 2 || image.bitsPerSample > 32 || (image.bitsPerSample > 16 && image.channels != 1)) return 1;
   const int value = c.integer("value");
-  for (int y = 0; y < image.height; ++y) {
-    for (int x = 0; x < image.width; ++x) {
-      for (int i = 0; i < image.channels; ++i) {
-        const double s = sampleAt(image, x, y, i);
-        // The least int cannot be negated in 32 bits: it stays itself, and subtracting it wraps.
-        const int by = value > 0 ? value : wrapped(-std::int64_t{value});
-        const float amount = static_cast<float>(by), sample = static_cast<float>(s);
-        int t = 0;
-        if (image.bitsPerSample > 16)
-          t = truncated(static_cast<double>(value > 0 ? sample + amount : sample - amount));
-        else
-          t = wrapped(static_cast<std::int64_t>(s) + (value > 0 ? std::int64_t{by} : -std::int64_t{by}));
-        setSample(image, x, y, i, lowByte(value > 0 ? std::min(t, 255) : std::max(t, 0)));
-      }
-    }
-  }
-  return 1;
+  // The least int cannot be negated in 32 bits: it stays itself, and subtracting it wraps.
+  const int by = value > 0 ? value : wrapped(-std::int64_t{value});
+  return change(image, wholeOf(image), [&](double s) {
+    const float amount = static_cast<float>(by), sample = static_cast<float>(s);
+    int t = 0;
+    if (image.bitsPerSample > 16)
+      t = truncated(static_cast<double>(value > 0 ? sample + amount : sample - amount));
+    else
+      t = wrapped(static_cast<std::int64_t>(s) + (value > 0 ? std::int64_t{by} : -std::int64_t{by}));
+    return lowByte(value > 0 ? std::min(t, 255) : std::max(t, 0));
+  });
 }
 
 // raw(i) for a sample of i, before it is limited to the table.
 int remap(Call& c, const std::function<double(double)>& raw) {
   CPxImage& image = c.dst();
-  CRect r = c.rectangle();
   if (!image.IsCreated()) return 0;
-  if (meansWhole(r)) {
-    r = CRect(0, 0, image.width - 1, image.height - 1);
-  } else {
-    if (r.left > r.right) std::swap(r.left, r.right);
-    if (r.top > r.bottom) std::swap(r.top, r.bottom);
-    if (r.left > image.width - 1 || r.right < 0 || r.top > image.height - 1 || r.bottom < 0) return 0;
-  }
+  const bool whole = meansWhole(c.rectangle());
+  const CRect r = whole ? wholeOf(image) : normalised(c.rectangle());
+  if (!whole && liesOutside(r, image)) return 0;
   if (image.channels == 2 || image.bitsPerSample > 16) return 1;
   const int entries = c.has("entries") ? c.integer("entries") : image.bitsPerSample <= 8 ? 256 : 65536;
-  for (int y = std::max(r.top, 0); y <= std::min(r.bottom, image.height - 1); ++y) {
-    for (int x = std::max(r.left, 0); x <= std::min(r.right, image.width - 1); ++x) {
-      for (int i = 0; i < image.channels; ++i) {
-        const double s = sampleAt(image, x, y, i);
-        if (s >= entries) continue;
-        const int entry = std::clamp(truncated(raw(s)), 0, entries - 1);
-        setSample(image, x, y, i, image.bitsPerSample <= 8 ? entry % 256 : entry % 65536);
-      }
-    }
-  }
-  return 1;
+  return change(image, r, [&](double s) {
+    if (s >= entries) return s;
+    const int entry = std::clamp(truncated(raw(s)), 0, entries - 1);
+    return static_cast<double>(image.bitsPerSample <= 8 ? entry % 256 : entry % 65536);
+  });
 }
 
 int contrast(Call& c) {

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "tests/plain/rectangles.h"
 #include "tests/plain/twins.h"
 
 // Regions move pixels, so the twins look at bytes, one pixel at a time, and ask of each place of the image whether the
@@ -12,12 +13,9 @@ namespace rasterkit::plain {
 namespace {
 
 using catalogue::Call;
+using test::pixelBytes;
 using test::sampleAt;
 using test::setSample;
-
-int pixelBytes(const CPxImage& image) {
-  return image.channels * (image.bitsPerSample <= 8 ? 1 : image.bitsPerSample <= 16 ? 2 : 4);
-}
 
 unsigned char* pixel(CPxImage& image, int x, int y) {
   return static_cast<unsigned char*>(image.GetBuffer()) + std::ptrdiff_t{image.bytesPerLine} * y +
@@ -26,30 +24,10 @@ unsigned char* pixel(CPxImage& image, int x, int y) {
 
 bool supported(const CPxImage& image) { return image.IsCreated() && image.bitsPerSample <= 32; }
 
-CRect normalised(CRect r) {
-  if (r.left > r.right) std::swap(r.left, r.right);
-  if (r.top > r.bottom) std::swap(r.top, r.bottom);
-  return r;
-}
-
-bool outside(const CRect& r, const CPxImage& image) {
-  return r.left > image.width - 1 || r.right < 0 || r.top > image.height - 1 || r.bottom < 0;
-}
-
-bool contains(const CRect& r, int x, int y) { return r.left <= x && x <= r.right && r.top <= y && y <= r.bottom; }
-
-// The framework's intersection with (0, 0, width - 1, height - 1): false where it is empty.
-bool intersected(CRect& r, const CPxImage& image) {
-  if (r.left >= r.right || r.top >= r.bottom || image.width <= 1 || image.height <= 1) return false;
-  r = CRect(std::max(r.left, 0), std::max(r.top, 0), std::min(r.right, image.width - 1),
-            std::min(r.bottom, image.height - 1));
-  return r.left < r.right && r.top < r.bottom;
-}
-
 int crop(Call& c) {
   CPxImage& image = c.dst();
   const CRect rect = normalised(c.rectangle());
-  if (!supported(image) || outside(rect, image)) return 0;
+  if (!supported(image) || liesOutside(rect, image)) return 0;
   const int left = std::max(rect.left, 0), top = std::max(rect.top, 0);
   CPxImage part(image.colorModel, image.bitsPerSample, std::min(rect.right, image.width - 1) - left + 1,
                 std::min(rect.bottom, image.height - 1) - top + 1);
@@ -111,7 +89,7 @@ void setPixel(Call& c, int x, int y) {
 int fill(Call& c) {
   CPxImage& image = c.dst();
   const CRect rect = normalised(c.rectangle());
-  if (!supported(image) || outside(rect, image)) return 0;
+  if (!supported(image) || liesOutside(rect, image)) return 0;
   for (int y = 0; y < image.height; ++y)
     for (int x = 0; x < image.width; ++x)
       if (contains(rect, x, y)) setPixel(c, x, y);

@@ -54,6 +54,8 @@ CPxImage picture(COLOR_MODEL model, int bits, const Table& rows) {
   return image;
 }
 
+int pixelBytes(const CPxImage& image) { return image.channels * sampleBytes(image); }
+
 double sampleAt(const CPxImage& image, int x, int y, int channel) {
   const unsigned char* const place = placeOf(image, x, y, channel);
   std::uint16_t word;

@@ -21,6 +21,8 @@ inline CPxImage gray16(const Table& rows) { return picture(CM_GRAY, 16, rows); }
 inline CPxImage grayFloat(const Table& rows) { return picture(CM_GRAY, 32, rows); }
 inline CPxImage rgb8(const Table& rows) { return picture(CM_RGB, 8, rows); }
 
+/// The bytes of one pixel.
+int pixelBytes(const CPxImage& image);
 /// One sample, whatever its type.
 double sampleAt(const CPxImage& image, int x, int y, int channel = 0);
 void setSample(CPxImage& image, int x, int y, int channel, double value);
