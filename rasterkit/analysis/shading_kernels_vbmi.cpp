@@ -1,8 +1,7 @@
 // The byte permutes over 128 entries: two of them look up a byte of the reciprocal of every divisor.
 
 #include "rasterkit/analysis/shading_kernels.h"
-
-#include <immintrin.h>
+#include "rasterkit/core/kernel_byte_table.h"
 
 namespace rasterkit::vbmi {
 namespace {
@@ -20,20 +19,6 @@ struct Reciprocals {
 };
 constexpr Reciprocals kReciprocals;
 
-struct Table {
-  explicit Table(const uint8_t* bytes)
-      : t0(_mm512_loadu_si512(bytes)),
-        t1(_mm512_loadu_si512(bytes + 64)),
-        t2(_mm512_loadu_si512(bytes + 128)),
-        t3(_mm512_loadu_si512(bytes + 192)) {}
-  // The highest bit of a byte says which half of the table it means; the permutes look at the other seven.
-  __m512i of(__m512i bytes, __mmask64 isUpper) const {
-    return _mm512_mask_blend_epi8(isUpper, _mm512_permutex2var_epi8(t0, bytes, t1),
-                                  _mm512_permutex2var_epi8(t2, bytes, t3));
-  }
-  __m512i t0, t1, t2, t3;
-};
-
 // Of 16-bit samples, levels and divisors. The product with the reciprocal is never above the quotient, and below it by
 // less than 2: by less than 1 for the reciprocal's truncation, and by less than 1 for its own. So it is the quotient or
 // 1 less, which the rest tells.
@@ -47,14 +32,13 @@ inline __m512i quotients(__m512i sample, __m512i level, __m512i divisor, __m512i
 }
 
 void divide(uint8_t* samples, const uint8_t* blank, size_t n, const uint8_t* levels) {
-  const Table low(kReciprocals.low), high(kReciprocals.high);
+  const ByteTable low(kReciprocals.low), high(kReciprocals.high);
   const __m512i zero = _mm512_setzero_si512();
   for (size_t i = 0; i < n; i += 64) {
     const __mmask64 there = n - i < 64 ? (__mmask64{1} << (n - i)) - 1 : ~__mmask64{0};
     const __m512i s = _mm512_maskz_loadu_epi8(there, samples + i), m = _mm512_maskz_loadu_epi8(there, levels + i);
     const __m512i b = _mm512_maskz_loadu_epi8(there, blank + i);
-    const __mmask64 isUpper = _mm512_movepi8_mask(b);
-    const __m512i rl = low.of(b, isUpper), rh = high.of(b, isUpper);
+    const __m512i rl = low(b), rh = high(b);
     const __m512i first = quotients(_mm512_unpacklo_epi8(s, zero), _mm512_unpacklo_epi8(m, zero),
                                     _mm512_unpacklo_epi8(b, zero), _mm512_unpacklo_epi8(rl, rh));
     const __m512i second = quotients(_mm512_unpackhi_epi8(s, zero), _mm512_unpackhi_epi8(m, zero),

@@ -25,6 +25,8 @@ struct View {
   }
   // Samples in a row.
   std::size_t samples() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(channels); }
+  // Whether each row begins where the one before ends.
+  bool seamless() const { return stride == static_cast<std::ptrdiff_t>(samples() * sizeof(S)); }
 };
 
 // The image's rows as samples of S, with so many channels; the caller has checked that the rows hold them. An image
@@ -38,6 +40,18 @@ template <class S>
 View<const S> viewOf(const CPxImage& image, int channels) {
   return {static_cast<const S*>(image.GetBuffer()), image.width, image.width == 0 ? 0 : image.height, channels,
           image.bytesPerLine};
+}
+
+// Makes all rows one, in each of several views of the same size, where nothing lies between the rows of any: for
+// operations that treat samples or pixels alike wherever they are. At the end of every row the processor guesses wrong
+// and waits for memory again, which is a third of the time of a sum of two images with rows of 4 KB.
+template <class... S>
+void joinRows(View<S>&... views) {
+  const auto join = [](auto& view) {
+    view.width *= view.height;
+    view.height = 1;
+  };
+  if (((views.seamless() && views.height > 1) && ...)) (join(views), ...);
 }
 
 }  // namespace rasterkit

@@ -1,5 +1,6 @@
 #include <rasterkit/geometry/regions.h>
 
+#include "rasterkit/core/copy_rows.h"
 #include "rasterkit/core/kernels.h"
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/region.h"
@@ -29,9 +30,12 @@ bool samePixelBytes(const CPxImage& a, const CPxImage& b) {
 
 Bytes bytesOf(CPxImage& image) { return viewOf<unsigned char>(image, pixelBytes(image)); }
 
-// Copies rows of the same size. They may be of one image: rows are taken in the order in which none is overwritten
-// before it is read.
-void copyRows(const Bytes& from, const Bytes& to) {
+// Copies a part of one image to a place in another that has room for it. Within one image rows are taken in the order
+// in which none is overwritten before it is read.
+void copyPart(CPxImage& source, const Region& part, CPxImage& dst, int left, int top) {
+  const Bytes from = within(bytesOf(source), part);
+  const Bytes to = within(bytesOf(dst), {left, top, part.width, part.height});
+  if (&source != &dst) return copyRows(to.first, to.stride, from.first, from.stride, to.samples(), to.height);
   const bool upward = std::greater<>()(to.first, from.first);
   for (int i = 0; i < to.height; ++i) {
     const int y = upward ? to.height - 1 - i : i;
@@ -83,7 +87,7 @@ int CPxMiscProcessing::Crop(CRect rect) {
   Storage::create(part, image->colorModel, image->bitsPerSample, region->width, region->height, 0,
                   Storage::Samples::any);
   Storage::fillPadding(part, 0);
-  copyRows(within(bytesOf(*image), *region), bytesOf(part));
+  copyPart(*image, *region, part, 0, 0);
   part.palette = image->palette;
   *image = std::move(part);
   return 1;
@@ -95,7 +99,7 @@ int CPxMiscProcessing::CopyTo(CPxImage& dst, CRect rect) {
   const auto region = frameworkRegion(rect, *image);
   if (!region) return 0;
   const auto [part, x, y] = overlap(*region, rect.left, rect.top, dst.width, dst.height);
-  copyRows(within(bytesOf(*image), part), within(bytesOf(dst), {x, y, part.width, part.height}));
+  copyPart(*image, part, dst, x, y);
   return 1;
 }
 
@@ -105,7 +109,7 @@ int CPxMiscProcessing::PasteFrom(CPxImage& src, CRect rect) {
   const auto region = frameworkRegion(rect, *image);
   if (!region) return 0;
   const auto [part, x, y] = overlap(*region, rect.left, rect.top, src.width, src.height);
-  copyRows(within(bytesOf(src), {x, y, part.width, part.height}), within(bytesOf(*image), part));
+  copyPart(src, {x, y, part.width, part.height}, *image, part.left, part.top);
   return 1;
 }
 
@@ -118,9 +122,10 @@ int CPxMiscProcessing::PasteFrom(CPxImage& src, CRect rect, CPxImage& mask) {
       overlap(*region, rect.left, rect.top, std::min(src.width, mask.width), std::min(src.height, mask.height));
   Unchanged from(src, *image), selects(mask, *image);
   const auto choose = kernels<RegionKernels>().choose;
-  const Bytes mine = within(bytesOf(*image), part);
-  const Bytes theirs = within(bytesOf(*from), {x, y, part.width, part.height});
-  const Bytes selected = within(viewOf<unsigned char>(*selects, 1), {x, y, part.width, part.height});
+  Bytes mine = within(bytesOf(*image), part);
+  Bytes theirs = within(bytesOf(*from), {x, y, part.width, part.height});
+  Bytes selected = within(viewOf<unsigned char>(*selects, 1), {x, y, part.width, part.height});
+  joinRows(mine, theirs, selected);
   for (int i = 0; i < mine.height; ++i)
     choose(mine.row(i), theirs.row(i), selected.row(i), selected.samples(), static_cast<std::size_t>(mine.channels));
   return 1;
@@ -153,18 +158,20 @@ int CPxDrawing::fill(const void* value, std::size_t bytes, CPxImage& mask) {
   CPxImage* const image = GetImage();
   if (!image || !movable(*image) || !readableAsMask(mask)) return 0;
   Unchanged selects(mask, *image);
-  const Bytes rows = bytesOf(*image);
-  const Bytes selected = viewOf<unsigned char>(*selects, 1);
-  const std::size_t count = std::min(
-      {static_cast<std::size_t>(selected.width), static_cast<std::size_t>(rows.width), rows.samples() / bytes});
+  Bytes selected = viewOf<unsigned char>(*selects, 1), rows = bytesOf(*image);
+  const int room = static_cast<int>(rows.samples() / bytes);
+  rows.width = selected.width = std::min({selected.width, rows.width, room});
+  rows.height = selected.height = std::min(selected.height, rows.height);
+  rows.channels = static_cast<int>(bytes);
+  joinRows(rows, selected);
 
   // A stretch of pixels of the value, to be chosen from as from another image.
-  constexpr std::size_t kStretch = 1024;
-  alignas(64) unsigned char values[kStretch * 16];
-  repeat(value, bytes, values, std::min(count, kStretch) * bytes);
+  alignas(64) unsigned char values[8192];
+  const std::size_t stretch = sizeof values / bytes, width = selected.samples();
+  repeat(value, bytes, values, stretch * bytes);
   const auto choose = kernels<RegionKernels>().choose;
-  for (int y = 0; y < std::min(rows.height, selected.height); ++y)
-    for (std::size_t x = 0; x < count; x += kStretch)
-      choose(rows.row(y) + x * bytes, values, selected.row(y) + x, std::min(count - x, kStretch), bytes);
+  for (int y = 0; y < rows.height; ++y)
+    for (std::size_t x = 0; x < width; x += stretch)
+      choose(rows.row(y) + x * bytes, values, selected.row(y) + x, std::min(width - x, stretch), bytes);
   return 1;
 }

@@ -41,7 +41,8 @@ int changeByConstant(CPxImage* image, const CRect& rect, Constant k, Kernel kern
   if (!region) return 0;
   if (!isProcessed(*image, 1)) return 1;
   return bySample(*image, modelChannels(*image), [&]<class S>(View<S> rows) {
-    const View<S> part = within(rows, *region);
+    View<S> part = within(rows, *region);
+    joinRows(part);
     const auto change = kernelsOf<ArithmeticKernels, S>().*kernel.template operator()<S>();
     if constexpr (std::is_same_v<S, std::uint8_t> && std::is_same_v<Constant, float>) {
       // Rather than calculating with floats, the results of all bytes are looked up.
@@ -76,8 +77,9 @@ int combine(CPxImage* image, CPxImage& other, const CRect& rect, int realChannel
   if (&other == image && (on.x != on.region.left || on.y != on.region.top)) kept.emplace(other);
   const CPxImage& from = kept ? *kept : other;
   return bySample(*image, channels, [&]<class S>(View<S> rows) {
-    const View<S> changed = within(rows, on.region);
-    const View<const S> read = within(viewOf<S>(from, channels), {on.x, on.y, on.region.width, on.region.height});
+    View<S> changed = within(rows, on.region);
+    View<const S> read = within(viewOf<S>(from, channels), {on.x, on.y, on.region.width, on.region.height});
+    joinRows(changed, read);
     for (int row = 0; row < changed.height; ++row) f(changed.row(row), read.row(row), changed.samples());
     return 1;
   });
@@ -109,6 +111,10 @@ int CPxArithmeticProcessing::MUL(float k, CRect rect) {
 
 int CPxArithmeticProcessing::DIV(CPxImage& other, CRect rect) {
   return combine(GetImage(), other, rect, 4, []<class S>(S* row, const S* by, std::size_t n) {
+#if RASTERKIT_HAS_VBMI
+    if constexpr (sizeof(S) == 1)
+      if (servesBytePermutes()) return vbmi::divideByOneMore(row, by, n);
+#endif
     kernelsOf<ArithmeticKernels, S>().divide(row, by, n);
   });
 }

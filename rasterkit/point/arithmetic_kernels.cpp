@@ -1,10 +1,7 @@
 #include "rasterkit/point/arithmetic_kernels.h"
 
 #include "rasterkit/core/kernel_numbers.h"
-
-#if defined(__AVX512F__)
-#include <immintrin.h>
-#endif
+#include "rasterkit/core/kernel_width.h"
 
 namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
@@ -87,31 +84,52 @@ inline int32_t lowByteOf(float value) {
   return static_cast<int32_t>(value >= -2147483648.0F && value < 2147483648.0F ? value : 0.0F) & 0xFF;
 }
 
+// Whether 32 bits hold every sum and difference of a sample and this constant, truncated: then the whole number is
+// limited, which is quicker.
+template <class S>
+constexpr bool realSumsFit(float k) {
+  return sizeof(S) < sizeof(float) && k > -2.0e9F && k < 2.0e9F;
+}
+
 template <class S>
 void addReal(S* row, size_t n, float k) {
-  for (size_t i = 0; i < n; ++i) {
-    const float sum = float(row[i]) + k;
-    row[i] = S(lowByteOf(sum > 255.0F ? 255.0F : sum));
+  if (realSumsFit<S>(k)) {
+    for (size_t i = 0; i < n; ++i) row[i] = S(least(static_cast<int32_t>(float(row[i]) + k), 255) & 0xFF);
+  } else {
+    for (size_t i = 0; i < n; ++i) {
+      const float sum = float(row[i]) + k;
+      row[i] = S(lowByteOf(sum > 255.0F ? 255.0F : sum));
+    }
   }
 }
 
 template <class S>
 void subtractReal(S* row, size_t n, float k) {
-  for (size_t i = 0; i < n; ++i) {
-    const float difference = float(row[i]) - k;
-    row[i] = S(lowByteOf(difference < 0.0F ? 0.0F : difference));
+  if (realSumsFit<S>(k)) {
+    for (size_t i = 0; i < n; ++i) row[i] = S(greatest(static_cast<int32_t>(float(row[i]) - k), 0) & 0xFF);
+  } else {
+    for (size_t i = 0; i < n; ++i) {
+      const float difference = float(row[i]) - k;
+      row[i] = S(lowByteOf(difference < 0.0F ? 0.0F : difference));
+    }
   }
 }
 
-// For p from 0 to 255, p + 0.5 truncated is half of 2p truncated plus 1, truncated; 2p is exact in single precision, so
-// there is no need of a wider sum. NaN becomes 0.
+// A product plus 0.5 in double precision truncates as the product plus the float below 0.5 does in single precision
+// (all floats up to 300 were tried; 0.5 itself would make 1 of the float below it). NaN becomes 0. No factor above 256
+// makes more of a whole sample than 256 does.
 template <class S>
 void multiplyReal(S* row, size_t n, float k) {
-  for (size_t i = 0; i < n; ++i) {
-    float product = float(row[i]) * k;
-    product = product > 0.0F ? product : 0.0F;
-    product = product < 255.0F ? product : 255.0F;
-    row[i] = S((static_cast<int32_t>(product + product) + 1) >> 1);
+  constexpr float nearlyHalf = 0x1.fffffep-2F;
+  if (sizeof(S) < sizeof(float)) {
+    const float factor = k > 0.0F ? least(k, 256.0F) : 0.0F;
+    for (size_t i = 0; i < n; ++i) row[i] = S(least(static_cast<int32_t>(float(row[i]) * factor + nearlyHalf), 255));
+  } else {
+    for (size_t i = 0; i < n; ++i) {
+      const float product = float(row[i]) * k;
+      const float limited = product > 0.0F ? least(product, 255.0F) : 0.0F;
+      row[i] = S(static_cast<int32_t>(limited + nearlyHalf));
+    }
   }
 }
 
@@ -127,29 +145,7 @@ void divide(float* row, const float* other, size_t n) {
     row[i] = settledNaN(float(double(row[i]) * (double(other[i]) * 0.00392156862745098)), row[i], other[i]);
 }
 
-#if defined(__AVX512F__)
-// Bytes by an approximate reciprocal, wrong by less than 1 part in 2^14: (s + 0.5) / d is at least 0.5 / d away from
-// every whole number, and the error, less than 256 / d / 2^14, does not reach it.
-template <>
-void divide(uint8_t* row, const uint8_t* other, size_t n) {
-  constexpr __mmask16 all = 0xFFFF;  // g++ 12 takes the operand that forms without a mask ignore for a fault
-  const auto wide = [](const uint8_t* from) {
-    return _mm512_maskz_cvtepi32_ps(
-        all, _mm512_maskz_cvtepu8_epi32(all, _mm_loadu_si128(reinterpret_cast<const __m128i*>(from))));
-  };
-  const __m512 half = _mm512_set1_ps(0.5F), one = _mm512_set1_ps(1.0F);
-  size_t i = 0;
-  for (; i + 16 <= n; i += 16) {
-    const __m512 reciprocal = _mm512_maskz_rcp14_ps(all, _mm512_add_ps(wide(other + i), one));
-    const __m512 quotient = _mm512_mul_ps(_mm512_add_ps(wide(row + i), half), reciprocal);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(row + i),
-                     _mm512_maskz_cvtepi32_epi8(all, _mm512_maskz_cvttps_epi32(all, quotient)));
-  }
-  for (; i < n; ++i) row[i] = uint8_t(row[i] / (other[i] + 1));
-}
-#endif
-
-void unite(uint8_t* row, const uint8_t* other, size_t n) {
+RASTERKIT_MOVES_MEMORY void unite(uint8_t* row, const uint8_t* other, size_t n) {
   for (size_t i = 0; i < n; ++i) row[i] |= other[i];
 }
 

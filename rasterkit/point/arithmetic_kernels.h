@@ -28,4 +28,10 @@ struct ArithmeticKernels {
 
 RASTERKIT_KERNEL_TABLE(ArithmeticKernels, arithmeticKernels)
 
+#if RASTERKIT_HAS_VBMI
+namespace vbmi {
+extern void (*const divideByOneMore)(uint8_t* row, const uint8_t* other, size_t n);
+}
+#endif
+
 }  // namespace rasterkit

@@ -7,25 +7,26 @@ namespace {
 
 constexpr size_t kBlock = 512;
 
+// Adds several images at a time, in their order, so that the sums pass through memory less often.
+template <size_t images, class S, class Sum>
+void add(const S* const* rows, size_t from, Sum* sums, size_t n) {
+  const S* in[images];
+  for (size_t k = 0; k < images; ++k) in[k] = rows[k] + from;
+  for (size_t i = 0; i < n; ++i) {
+    Sum sum = sums[i];
+    for (size_t k = 0; k < images; ++k) sum = Sum(sum + Sum(in[k][i]));
+    sums[i] = sum;
+  }
+}
+
 // One block of at most kBlock samples. Sum is float, or an integer where it holds every sum: whole numbers below 2^24
 // are exact in single precision, so the sum is the same.
 template <class S, class Sum>
 void averageBlock(const S* const* rows, size_t count, size_t from, S* out, size_t n, float scale) {
-  Sum sums[kBlock];
-  const S* const first = rows[0] + from;
-  for (size_t i = 0; i < n; ++i) sums[i] = Sum(first[i]);
-  // Four images at a time, so that the sums pass through memory less often.
-  size_t k = 1;
-  for (; k + 4 <= count; k += 4) {
-    const S *const a = rows[k] + from, *const b = rows[k + 1] + from;
-    const S *const c = rows[k + 2] + from, *const d = rows[k + 3] + from;
-    for (size_t i = 0; i < n; ++i)
-      sums[i] = Sum(Sum(Sum(Sum(sums[i] + Sum(a[i])) + Sum(b[i])) + Sum(c[i])) + Sum(d[i]));
-  }
-  for (; k < count; ++k) {
-    const S* const row = rows[k] + from;
-    for (size_t i = 0; i < n; ++i) sums[i] = Sum(sums[i] + Sum(row[i]));
-  }
+  Sum sums[kBlock] = {};
+  size_t k = 0;
+  for (; k + 4 <= count; k += 4) add<4>(rows + k, from, sums, n);
+  for (; k < count; ++k) add<1>(rows + k, from, sums, n);
   for (size_t i = 0; i < n; ++i) out[i] = S(static_cast<int32_t>(scale * float(sums[i])));
 }
 

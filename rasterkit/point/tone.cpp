@@ -48,7 +48,8 @@ int remap(CPxImage* image, const CRect& rect, const ToneTable& table) {
 
   return byWholeSampleType(image->bitsPerSample, [&]<class S>() {
     const auto map = mapKernel<S>();
-    const View<S> part = within(viewOf<S>(*image, channels), *region);
+    View<S> part = within(viewOf<S>(*image, channels), *region);
+    joinRows(part);
     const std::vector<S> to = mapping<S>(table.entries);
     for (int y = 0; y < part.height; ++y) map(part.row(y), part.samples(), to.data());
     return 1;
