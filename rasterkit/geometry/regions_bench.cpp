@@ -56,10 +56,18 @@ BENCH(regions) {
                .peer = PEER([peers, other, in = mat(*peers)(cv::Rect(16, 16, width, height)),
                              out = mat(*other)(cv::Rect(0, 0, width, height))]() mutable { in.copyTo(out); }),
                .copies = copies});
-    const auto cropped = image(model, 8), peersCropped = image(model, 8);
-    bench.add({.name = "crop" + type,
-               .ours = [=] { CPxMiscProcessing(cropped.get()).Crop(all); },
-               .peer = PEER([peersCropped, m = mat(*peersCropped)]() mutable { m = m.clone(); }),
+    // What is cropped must be made again each time, by both.
+    const auto cropped = image(model, 8);
+    bench.add({.name = "copy and crop" + type,
+               .ours =
+                   [=] {
+                     *cropped = *other;
+                     CPxMiscProcessing(cropped.get()).Crop(rect);
+                   },
+               .peer = PEER([other, in = mat(*other), whole = cv::Mat(), part = cv::Mat(), width, height]() mutable {
+                 in.copyTo(whole);
+                 part = whole(cv::Rect(16, 16, width, height)).clone();
+               }),
                .copies = copies});
   }
 }
