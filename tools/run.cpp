@@ -330,6 +330,7 @@ int run(const RunOptions& options) {
   const auto jobs = jobsOf(options, inputs, recipe);
   catalogue::NamedImages images = imagesOf(recipe);
   watchForStop();
+  returnLargeBlocks();
   return Batch(options, recipe, images, jobs).run();
 }
 

@@ -28,6 +28,9 @@ void watchForStop();
 /// Whether standard error is a terminal, and its width in characters.
 bool errorIsTerminal();
 int terminalWidth();
+/// Blocks as large as images go back to the system as soon as they are free. Where the allocator keeps them, many files
+/// of many sizes leave it with more and more pieces.
+void returnLargeBlocks();
 /// The most memory that the program has held so far, in bytes; 0 where the system does not tell.
 std::size_t peakMemory();
 /// The paths that a pattern with * ? [ ] matches, sorted.

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <glob.h>
+#include <malloc.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
@@ -149,6 +150,12 @@ bool errorIsTerminal() { return ::isatty(STDERR_FILENO) == 1; }
 int terminalWidth() {
   winsize size{};
   return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+void returnLargeBlocks() {
+#ifdef M_MMAP_THRESHOLD
+  ::mallopt(M_MMAP_THRESHOLD, 1 << 20);
+#endif
 }
 
 std::size_t peakMemory() {

@@ -202,6 +202,9 @@ int terminalWidth() {
   return GetConsoleScreenBufferInfo(errors(), &info) && info.dwSize.X > 0 ? info.dwSize.X : 80;
 }
 
+// As the system's allocator does of itself.
+void returnLargeBlocks() {}
+
 std::size_t peakMemory() {
   PROCESS_MEMORY_COUNTERS used{};
   return GetProcessMemoryInfo(GetCurrentProcess(), &used, sizeof used) ? used.PeakWorkingSetSize : 0;

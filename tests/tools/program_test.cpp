@@ -281,6 +281,34 @@ TEST_F(Program, processesManyFiles) {
   EXPECT_EQ(filesIn(out), 13u);
 }
 
+TEST_F(Program, showsABarOnATerminal) {
+  if (shell("command -v script").code != 0) GTEST_SKIP() << "there is no script to make a terminal";
+  const Outcome outcome =
+      shell("script -qec '" + kTool + " run " + in + " -o " + out + " --jobs 1' /dev/null </dev/null");
+  EXPECT_EQ(outcome.code, 0) << outcome.out;
+  EXPECT_TRUE(std::regex_search(outcome.out, std::regex(" 2/2  [0-9.]+/s  0:00 left"))) << outcome.out;
+  EXPECT_NE(outcome.out.find("2 files: 2 done, 0 failed"), std::string::npos) << outcome.out;
+  EXPECT_EQ(outcome.out.find("[1/2]"), std::string::npos) << "lines are for where there is no terminal";
+}
+
+TEST_F(Program, takesMemoryForItsJobsNotForItsFiles) {
+  write(in + "0.bmp", CPxImage(CM_RGB, 8, 1000, 1000));
+  for (int i = 1; i < 40; ++i) std::filesystem::create_hard_link(in + "0.bmp", in + std::to_string(i) + ".bmp");
+  // A sanitizer's allocator would keep what is freed.
+  const auto peak = [&](const std::string& files) {
+    const Outcome outcome = shell("ASAN_OPTIONS=$ASAN_OPTIONS:quarantine_size_mb=1 " + kTool + " run " + files +
+                                  " -o " + out + " --quiet --time --jobs 2 median invert");
+    EXPECT_EQ(outcome.code, 0) << outcome.errors;
+    std::smatch match;
+    return std::regex_search(outcome.errors, match, std::regex("peak of the program +([0-9.]+) MiB"))
+               ? std::stod(match[1])
+               : 0;
+  };
+  const double ofFour = peak(in + "[0-3].bmp");
+  EXPECT_GT(ofFour, 0);
+  EXPECT_LT(peak("'" + in + "*.bmp'"), ofFour + 5);
+}
+
 TEST_F(Program, numbersOutputs) {
   for (int i = 0; i < 10; ++i) write(in + "i" + std::to_string(i) + ".png", gray8({{static_cast<double>(i)}}));
   EXPECT_EQ(tool("run '" + in + "i?.png' -q -o '" + out + "{index}.{ext}'").code, 0);
