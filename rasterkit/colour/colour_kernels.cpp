@@ -170,6 +170,43 @@ void weighPairs(const uint8_t* in, S* out, const GreyWeights& weights, size_t n)
   }
 }
 
+// Any weights, 16 pixels at a time, as weighReal. The instruction that truncates makes the indefinite value of what an
+// int cannot hold.
+template <int channels, class S>
+void weighLanes(const uint8_t* in, S* out, const GreyWeights& weights, size_t n) {
+  static constexpr BytesOfThree places[] = {BytesOfThree([](int i) { return channels * (i / 4) % 64; }),
+                                            BytesOfThree([](int i) { return channels * (i / 4) % 64 + 1; }),
+                                            BytesOfThree([](int i) { return channels * (i / 4) % 64 + 2; })};
+  constexpr __mmask64 firstOfFour = 0x1111111111111111;
+  constexpr __mmask16 all = 0xFFFF;
+  const __m512d ofBlue = _mm512_set1_pd(weights.weight[0]), ofGreen = _mm512_set1_pd(weights.weight[1]),
+                ofRed = _mm512_set1_pd(weights.weight[2]);
+  const __m512d scale = _mm512_set1_pd(1 << weights.shift), half = _mm512_set1_pd(0.5);
+  const __m512i most = _mm512_set1_epi32(weights.most);
+  for (size_t i = 0; i < n; i += 16) {
+    const __m512i pixels = loadedBytes(in + i * channels, (n - i) * channels);
+    const auto doubles = [&](int sample, size_t part) {
+      const __m512i at = _mm512_load_si512(places[sample].places);
+      const __m512i whole = _mm512_maskz_permutexvar_epi8(firstOfFour, at, pixels);
+      __m256i eight;
+      __builtin_memcpy(&eight, reinterpret_cast<const unsigned char*>(&whole) + part * sizeof eight, sizeof eight);
+      return _mm512_maskz_cvtepi32_pd(0xFF, eight);
+    };
+    alignas(64) int32_t greys[16];
+    for (size_t part = 0; part < 2; ++part) {
+      const __m512d sum = doubles(2, part) * ofRed + doubles(1, part) * ofGreen + doubles(0, part) * ofBlue;
+      const __m256i grey = _mm512_maskz_cvttpd_epi32(0xFF, (sizeof(S) == 1 ? sum : sum * scale) + half);
+      _mm256_store_si256(reinterpret_cast<__m256i*>(greys + part * 8), grey);
+    }
+    const __m512i limited = _mm512_maskz_min_epi32(all, _mm512_load_si512(greys), most);
+    const auto stored = static_cast<__mmask16>(firstBytes(n - i));
+    if constexpr (sizeof(S) == 1)
+      _mm512_mask_cvtepi32_storeu_epi8(out + i, stored, limited);
+    else
+      _mm512_mask_cvtepi32_storeu_epi16(out + i, stored, limited);
+  }
+}
+
 #endif
 
 template <int channels, class S>
@@ -178,6 +215,7 @@ void weighPixels(const uint8_t* in, S* out, const GreyWeights& weights, size_t n
   const int32_t* const high = weights.high;
   if (weights.whole && greatest(greatest(high[0], high[1]), high[2]) < 32768)
     return weighPairs<channels>(in, out, weights, n);
+  if (!weights.whole) return weighLanes<channels>(in, out, weights, n);
 #endif
   inBlocks(n, [&](size_t first, size_t count) {
     Bytes colour;

@@ -322,6 +322,15 @@ TEST(RGBtoGray, whatAnIntCannotHoldHasTheLowByteZero) {
   EXPECT_PICTURE(dst, gray8({{255}}));
 }
 
+TEST(RGBtoGray, largeWeightsMayCancel) {
+  const CPxImage source = rgb8({{9, 7, 7, 200, 7, 7, 9, 8, 7}});  // 9, 200, below every int
+  CPxImage dst = gray8({{1, 1, 1}});
+  for (const float weight : {1e20F, 3e38F}) {
+    EXPECT_EQ(Colour::RGBtoGray(&source, &dst, weight, -weight, 1), 1);
+    EXPECT_PICTURE(dst, gray8({{9, 200, 0}})) << weight;
+  }
+}
+
 TEST(RGBtoGray16, scalesToTheDestinationsBits) {
   const CPxImage source = rgba8({{0, 255, 0, 3, 255, 255, 255, 4}});
   CPxImage dst = picture(CM_GRAYA, 16, {{0, 0, 0, 0}}), twelve(CM_GRAY, 12, 2, 1);

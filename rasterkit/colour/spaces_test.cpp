@@ -176,7 +176,7 @@ TEST(AllColours, toGreyAndBlackAndWhite) {
     float red, green, blue;
   };
   // The usual weights in whole-number arithmetic, and some that it cannot hold.
-  for (const Weights w : {Weights{0.299F, 0.587F, 0.114F}, {0.3333F, 0.001F, 0.777F}}) {
+  for (const Weights w : {Weights{0.299F, 0.587F, 0.114F}, {0.3333F, 0.001F, 0.777F}, {1.7F, -0.9F, 0.003F}}) {
     CPxImage gray(CM_GRAY, 8, 256, 256), gray16(CM_GRAY, 16, 256, 256);
     int wrong = 0;
     for (int red = 0; red < 256; ++red) {
