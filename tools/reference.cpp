@@ -24,7 +24,7 @@ std::string describeParameter(const Parameter& parameter) {
       break;
     case Kind::rectangle: text = "left,top,right,bottom or all"; break;
     case Kind::point: text = "x,y"; break;
-    case Kind::kernel: text = "WIDTHxHEIGHT:weight,weight,..."; break;
+    case Kind::kernel: text = "WIDTHxHEIGHT:weight,weight,... or @FILE"; break;
     case Kind::text: text = "text"; break;
     case Kind::image: text = "image file"; break;
   }
@@ -107,7 +107,8 @@ const char* recipeHelp() {
          "\n"
          "The same text works in a file (--recipe FILE), one step a line; # starts a comment and \"double quotes\"\n"
          "hold a word with spaces together. Arguments that are images name a file. Operations that look at an area\n"
-         "of interest take one as mask=FILE: where it is 0, the image stays as it was.\n";
+         "of interest take one as mask=FILE: where it is 0, the image stays as it was. A kernel may stand in a file,\n"
+         "kernel=@FILE: a row of weights a line, or as it is written here.\n";
 }
 
 }  // namespace rasterkit::tools

@@ -8,6 +8,8 @@
 #include <map>
 #include <mutex>
 #include <new>
+#include <sstream>
+#include <string_view>
 #include <thread>
 
 #include "catalogue/recipe.h"
@@ -248,6 +250,30 @@ class Batch {
   std::atomic<int> lastCode_ = 0;
 };
 
+// A kernel from a file as a recipe writes it: WIDTHxHEIGHT:weight,... or the weights themselves, a row a line, between
+// white space or commas. # starts a comment.
+std::string kernelFrom(const std::string& file) {
+  const auto bytes = readFile(pathOf(file));
+  std::istringstream lines(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+  std::string line, weights;
+  std::size_t width = 0, height = 0;
+  while (std::getline(lines, line)) {
+    line.resize(std::min(line.size(), line.find('#')));
+    if (line.find(':') != std::string::npos) return line.substr(0, line.find_last_not_of(" \t\r") + 1);
+    std::ranges::replace(line, ',', ' ');
+    std::istringstream row(line);
+    std::size_t count = 0;
+    for (std::string weight; row >> weight; ++count) weights += (weights.empty() ? "" : ",") + weight;
+    if (count == 0) continue;
+    if (height++ > 0 && count != width)
+      throw Failure(ExitCode::badRecipe, file + ": row " + std::to_string(height) + " has " + std::to_string(count) +
+                                             " weights, the first one " + std::to_string(width));
+    width = count;
+  }
+  if (height == 0) throw Failure(ExitCode::badRecipe, file + ": holds no weights");
+  return std::to_string(width) + "x" + std::to_string(height) + ":" + weights;
+}
+
 catalogue::Recipe recipeOf(const RunOptions& options, const std::vector<std::string>& steps) {
   std::vector<std::string> words;
   if (!options.recipeFile.empty()) {
@@ -259,6 +285,9 @@ catalogue::Recipe recipeOf(const RunOptions& options, const std::vector<std::str
     }
   }
   words.insert(words.end(), steps.begin(), steps.end());
+  constexpr std::string_view kernelFile = "kernel=@";
+  for (std::string& word : words)
+    if (word.starts_with(kernelFile)) word = "kernel=" + kernelFrom(word.substr(kernelFile.size()));
   return catalogue::parseRecipe(words);
 }
 

@@ -84,6 +84,27 @@ TEST_F(Program, takesStepsFromAFile) {
   EXPECT_PICTURE(read(out + "out.png"), gray8({{0, 0, 255}, {255, 0, 255}}));
 }
 
+TEST_F(Program, takesKernelsFromFiles) {
+  // What is to the left of a sample, less itself.
+  write(in + "rows.txt", "# nothing above\n0 0 0\n1, -1,\t0  # the row itself\r\n\n0 0 0\n");
+  write(in + "line.txt", "# the same\n3x3:0,0,0,1,-1,0,0,0,0\n");
+  const std::string run = "run " + photo + " -o " + out;
+  EXPECT_EQ(tool(run + "given.png convolve offset=90 kernel=3x3:0,0,0,1,-1,0,0,0,0").code, 0);
+  EXPECT_EQ(tool(run + "rows.png convolve offset=90 kernel=@" + in + "rows.txt").code, 0);
+  EXPECT_EQ(tool(run + "line.png convolve offset=90 kernel=@" + in + "line.txt").code, 0);
+  EXPECT_FALSE(samePicture(read(out + "given.png"), grey));
+  EXPECT_PICTURE(read(out + "rows.png"), read(out + "given.png"));
+  EXPECT_PICTURE(read(out + "line.png"), read(out + "given.png"));
+
+  write(in + "ragged.txt", "1 2\n3\n");
+  write(in + "empty.txt", "# none\n");
+  write(in + "word.txt", "1 two\n");
+  expectFailure(run + "no.png convolve kernel=@" + in + "ragged.txt", ExitCode::badRecipe, "row 2 has 1 weights");
+  expectFailure(run + "no.png convolve kernel=@" + in + "empty.txt", ExitCode::badRecipe, "holds no weights");
+  expectFailure(run + "no.png convolve kernel=@" + in + "word.txt", ExitCode::badRecipe, "needs WIDTHxHEIGHT");
+  expectFailure(run + "no.png convolve kernel=@" + in + "missing.txt", ExitCode::unreadable, "no such file");
+}
+
 TEST_F(Program, readsImagesNamedInSteps) {
   write(in + "plane.png", gray8({{9, 8}}));
   EXPECT_EQ(tool("run " + colour + " -o " + out + "out.png setplane plane=1 other=" + in + "plane.png").code, 0);
