@@ -49,7 +49,7 @@ class Voters {
   }
 
  private:
-  std::vector<std::int32_t> x_, y_;
+  std::vector<double> x_, y_;  // whole, but multiplied with each sine and cosine
   std::vector<std::uint32_t> weight_;
   std::size_t size_ = 0;
 };

@@ -31,7 +31,7 @@ TEST(HoughKernels, votesForCellsFromZeroToTheLastOne) {
   for (const HoughKernels* const kernels : KernelTables<HoughKernels>::tables) {
     if (kernels != KernelTables<HoughKernels>::tables[0]) continue;  // the others may be too wide for this processor
     const VoteAngle across{0.0, 0.5, 1.0, 0.0, 3};
-    const std::vector<std::int32_t> x = {0, 1, 2, 5, 6, 7, -1, -2, 100}, y(9, 40);
+    const std::vector<double> x = {0, 1, 2, 5, 6, 7, -1, -2, 100}, y(9, 40);
     const std::vector<std::uint32_t> weight = {1, 2, 4, 8, 16, 32, 64, 128, 256};
     std::vector<std::uint32_t> cells(4);
     kernels->vote(x.data(), y.data(), weight.data(), x.size(), across, cells.data());

@@ -6,8 +6,7 @@ namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
 
 // In blocks: the cells of many points at once, then one vote after the other.
-void vote(const int32_t* x, const int32_t* y, const uint32_t* weight, size_t n, const VoteAngle& angle,
-          uint32_t* cell) {
+void vote(const double* x, const double* y, const uint32_t* weight, size_t n, const VoteAngle& angle, uint32_t* cell) {
   constexpr size_t kBlock = 512;
   int32_t cells[kBlock];
   const double sine = angle.sine, cosine = angle.cosine, scale = angle.scale, half = angle.half, end = angle.cells;

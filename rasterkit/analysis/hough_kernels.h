@@ -18,7 +18,7 @@ struct VoteAngle {
 
 struct HoughKernels {
   // cell[trunc((y * sine + x * cosine) * scale + half)] += weight, for n points.
-  void (*vote)(const int32_t* x, const int32_t* y, const uint32_t* weight, size_t n, const VoteAngle& angle,
+  void (*vote)(const double* x, const double* y, const uint32_t* weight, size_t n, const VoteAngle& angle,
                uint32_t* cell);
   uint32_t (*greatest)(const uint32_t* counters, size_t n);
   uint32_t (*least)(const uint32_t* counters, size_t n);
