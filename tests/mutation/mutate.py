@@ -100,7 +100,7 @@ def prepare(jobs):
 
 
 def noticed():
-    if run(PROGRAMS / "fuzz/rasterkit_draws", "20000", timeout=300):
+    if run(PROGRAMS / "fuzz/rasterkit_draws", "100000", timeout=600):
         return "draws"
     if run(PROGRAMS / "rasterkit_tests", "--gtest_brief=1", "--gtest_fail_fast", timeout=1800):
         return "tests"
