@@ -24,17 +24,24 @@ std::wstring textOf(HWND window) {
   return text;
 }
 
+// The icon of the control that has one; its number differs between Windows and Wine.
+HICON iconOf(HWND box) {
+  HICON icon = nullptr;
+  for (HWND control = GetWindow(box, GW_CHILD); control && !icon; control = GetWindow(control, GW_HWNDNEXT))
+    icon = reinterpret_cast<HICON>(SendMessageW(control, STM_GETICON, 0, 0));
+  return icon;
+}
+
 // Waits for the box with this caption, reads it and presses its button.
 void readAndClose(const wchar_t* caption, Box& box) {
   const wchar_t* const dialogClass = L"#32770";
-  constexpr int textControl = 0xFFFF, iconControl = 20;
+  constexpr int textControl = 0xFFFF;
   for (int tries = 0; tries < 600; ++tries) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     const HWND window = FindWindowW(dialogClass, caption);
     const HWND text = window ? GetDlgItem(window, textControl) : nullptr;
     if (!text || !IsWindowVisible(window)) continue;
-    const LRESULT icon = SendDlgItemMessageW(window, iconControl, STM_GETICON, 0, 0);
-    box = {textOf(window), textOf(text), reinterpret_cast<HICON>(icon), GetWindow(window, GW_OWNER)};
+    box = {textOf(window), textOf(text), iconOf(window), GetWindow(window, GW_OWNER)};
     PostMessageW(window, WM_COMMAND, IDOK, 0);
     return;
   }
@@ -56,7 +63,7 @@ TEST(MessageWindow, speaksEnglish) {
   const Box box = shown("Darkroom", L"Darkroom");
   EXPECT_EQ(box.caption, L"Darkroom");
   EXPECT_EQ(box.text, L"You should call a SetCoefficient and CreateVectorTable function first.");
-  EXPECT_EQ(box.icon, LoadIconW(nullptr, IDI_EXCLAMATION));
+  EXPECT_EQ(box.icon, LoadIcon(nullptr, IDI_EXCLAMATION));
 }
 
 TEST(MessageWindow, belongsToTheActiveWindow) {
