@@ -252,11 +252,9 @@ class RASTERKIT_API CPxColorProcessing : public CPxImageProcessingBase {
   /// Inverts samples: s becomes M - s, where M is 2^bits - 1, and 1 in float images.
   ///
   /// selection  0: every sample; k from 1 to the channel count: sample k - 1 of each pixel. Bitmap, grey, LOGL and
-  /// index
-  ///            images do not look at it.
+  ///            index images do not look at it.
   /// image      bitmap, grey, grey with alpha, RGB, RGBA and CMYK of at most 16 bits a sample; LOGL and the colour
-  /// spaces
-  ///            of floats. Of an index image the palette's blue, green and red become 255 - value.
+  ///            spaces of floats. Of an index image the palette's blue, green and red become 255 - value.
   /// returns    1; 0 for another image or selection, unchanged; 0 also after inverting a palette, and after inverting
   ///            only the alpha of grey with alpha.
   int Invert(int selection);

@@ -65,7 +65,9 @@ class RASTERKIT_API CPxGeometryProcessing : public CPxImageProcessingBase {
   /// pixels begin. Columns and rows outside the source are its nearest ones.
   ///
   /// dst      must be created and have pixels of as many bytes as the source's. Its model, palette and row padding
-  /// stay. pixels, returns, cost   as Resize by a factor; 0 also where dst does not fit, and nothing is written then.
+  ///          stay.
+  /// pixels, cost: as Resize by a factor.
+  /// returns  as Resize by a factor; 0 also where dst does not fit, and nothing is written then.
   int ResizeEx(float factor, CPoint origin, CPxImage& dst);
 
   /// Mirrors the image in place.

@@ -14,9 +14,9 @@ class RASTERKIT_API CPxAveraging : public CPxImageProcessingBase {
 
   /// The mean of each sample over the series.
   ///
-  ///     dst[x, y, c] = (1 / count) * (s0 + s1 + ...), truncated, in single precision, the sum in the collection's
-  ///     order
+  ///     dst[x, y, c] = (1 / count) * (s0 + s1 + ...)
   ///
+  /// in single precision, the sum taken in the collection's order and the result truncated.
   /// The last row and the last column become 0 in every channel. One image alone is copied, whatever its type, all rows
   /// and columns of it.
   ///
