@@ -14,6 +14,7 @@
 #include <string>
 
 #include "tools/failure.h"
+#include "tools/paths.h"
 #include "tools/system.h"
 
 namespace rasterkit::tools {
@@ -102,11 +103,8 @@ std::vector<unsigned char> readFile(const std::filesystem::path& path) {
 
 void replaceFile(const std::filesystem::path& given, std::span<const unsigned char> bytes) {
   // Through a link to the file itself, so that the link stays.
+  const std::filesystem::path path = behindLinks(given), folder = folderOf(path);
   std::error_code error;
-  std::filesystem::path path =
-      std::filesystem::is_symlink(given, error) ? std::filesystem::weakly_canonical(given, error) : given;
-  if (error) path = given;
-  const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
 
   struct stat status {};
   const bool exists = ::stat(path.c_str(), &status) == 0;

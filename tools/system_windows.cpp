@@ -146,11 +146,8 @@ std::vector<unsigned char> readFile(const std::filesystem::path& path) {
 
 void replaceFile(const std::filesystem::path& given, std::span<const unsigned char> bytes) {
   // Through a link to the file itself, so that the link stays.
+  const std::filesystem::path path = behindLinks(given), folder = folderOf(path);
   std::error_code error;
-  std::filesystem::path path =
-      std::filesystem::is_symlink(given, error) ? std::filesystem::weakly_canonical(given, error) : given;
-  if (error) path = given;
-  const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
 
   const DWORD attributes = GetFileAttributesW(path.c_str());
   const bool exists = attributes != INVALID_FILE_ATTRIBUTES;

@@ -13,6 +13,7 @@
 #include "catalogue/recipe.h"
 #include "tests/memory/failing_allocations.h"
 #include "tests/support/bitmap_blocks.h"
+#include "tests/sweep/by_operation.h"
 #include "tests/sweep/draw.h"
 
 namespace rasterkit::test {
@@ -119,17 +120,7 @@ TEST_P(WithoutMemory, theOperationLeavesImagesWholeAndLosesNothing) {
   }
 }
 
-std::vector<std::string> names() {
-  std::vector<std::string> list;
-  for (const Operation& operation : operations()) list.push_back(operation.name);
-  return list;
-}
-std::string testName(const testing::TestParamInfo<std::string>& info) {
-  std::string name = info.param;
-  std::ranges::replace(name, '-', '_');
-  return name;
-}
-INSTANTIATE_TEST_SUITE_P(Catalogue, WithoutMemory, testing::ValuesIn(names()), testName);
+INSTANTIATE_TEST_SUITE_P(Catalogue, WithoutMemory, testing::ValuesIn(operationNames()), testName);
 
 // The action makes what it needs and gives it back.
 template <class Action>

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "catalogue/catalogue.h"
+#include "tests/sweep/by_operation.h"
 #include "tests/sweep/promises.h"
 
 namespace rasterkit::sweep {
@@ -201,20 +202,7 @@ TEST_P(Sweep, membersThatACallerOverwroteAreSafe) {
   }
 }
 
-std::vector<std::string> names() {
-  std::vector<std::string> list;
-  for (const Operation& operation : operations()) list.push_back(operation.name);
-  return list;
-}
-
-// Test names have no hyphens.
-std::string testName(const testing::TestParamInfo<std::string>& info) {
-  std::string name = info.param;
-  std::ranges::replace(name, '-', '_');
-  return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Catalogue, Sweep, testing::ValuesIn(names()), testName);
+INSTANTIATE_TEST_SUITE_P(Catalogue, Sweep, testing::ValuesIn(test::operationNames()), test::testName);
 
 }  // namespace
 }  // namespace rasterkit::sweep
