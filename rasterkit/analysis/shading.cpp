@@ -35,6 +35,16 @@ struct Pattern {
   S live[kPixels * 4];
 };
 
+// s = blank * s / level.
+template <class S>
+auto scaleFor(std::int32_t level) {
+#if RASTERKIT_HAS_VBMI
+  if constexpr (sizeof(S) == 2)
+    if (vbmi::kLeastLevel <= level && level <= vbmi::kGreatestLevel && servesBytePermutes()) return vbmi::scaleWords;
+#endif
+  return kernelsOf<ShadingKernels, S>().scale;
+}
+
 // s = level * s / blank.
 void divide(std::uint8_t* samples, const std::uint8_t* blank, std::size_t n, const Pattern<std::uint8_t>& pattern) {
 #if RASTERKIT_HAS_VBMI
@@ -56,7 +66,8 @@ template <class S>
 void correct(View<S> out, View<const S> blank, const Levels& level) {
   const ShadingRows<S>& rows = kernelsOf<ShadingKernels, S>();
   if (out.channels == 1) {
-    for (int y = 0; y < out.height && level[0] != 0; ++y) rows.scale(out.row(y), blank.row(y), out.samples(), level[0]);
+    const auto scale = scaleFor<S>(level[0]);
+    for (int y = 0; y < out.height && level[0] != 0; ++y) scale(out.row(y), blank.row(y), out.samples(), level[0]);
     return;
   }
   if constexpr (sizeof(S) == 1)

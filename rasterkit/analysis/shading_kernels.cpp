@@ -47,6 +47,19 @@ void divideBytes(uint8_t* samples, const uint8_t* blank, size_t n, const float* 
   }
 }
 
+inline uint16_t highWord(uint16_t a, uint16_t b) { return static_cast<uint16_t>(static_cast<uint32_t>(a) * b >> 16); }
+
+// Whether every divisor is 0 or beyond every level, as are those of most images of words.
+bool areZeroOrBeyond(const uint16_t* samples, const uint16_t* blank, size_t n, const uint16_t* live) {
+  uint16_t lowest = 1;
+  for (size_t i = 0; i < n; ++i) {
+    const auto low = static_cast<uint16_t>(static_cast<uint32_t>(blank[i]) * samples[i]);
+    const auto beyond = static_cast<uint16_t>(highWord(blank[i], samples[i]) | ~live[i]);
+    lowest = least(lowest, low == 0 ? uint16_t{1} : beyond);
+  }
+  return lowest != 0;
+}
+
 // A larger divisor, rounded or not, gives 0; so does a product that wraps, whose magnitude is 131071 at least.
 template <class S>
 void reverse(S* samples, const S* blank, size_t n, const float* levels, const S* live) {
@@ -57,9 +70,23 @@ void reverse(S* samples, const S* blank, size_t n, const float* levels, const S*
   }
 }
 
+// The same of words.
+void reverseWords(uint16_t* samples, const uint16_t* blank, size_t n, const float* levels, const uint16_t* live) {
+  constexpr size_t kRun = 64;
+  for (size_t from = 0; from < n; from += kRun) {
+    const size_t end = least(n, from + kRun);
+    if (areZeroOrBeyond(samples + from, blank + from, end - from, live + from)) {
+      for (size_t i = from; i < end; ++i)
+        samples[i] = blank[i] ? static_cast<uint16_t>(samples[i] & ~live[i]) : samples[i];
+    } else {
+      reverse(samples + from, blank + from, end - from, levels + from, live + from);
+    }
+  }
+}
+
 }  // namespace
 
 const ShadingKernels shadingKernels = {{scaleBytes, divideBytes, reverse<uint8_t>},
-                                       {scaleWords, nullptr, reverse<uint16_t>}};
+                                       {scaleWords, nullptr, reverseWords}};
 
 }  // namespace rasterkit::RASTERKIT_LEVEL

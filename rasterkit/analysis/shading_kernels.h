@@ -30,6 +30,9 @@ RASTERKIT_KERNEL_TABLE(ShadingKernels, shadingKernels)
 namespace vbmi {
 // ShadingRows<uint8_t>::divide.
 extern void (*const divideBytes)(uint8_t* samples, const uint8_t* blank, size_t n, const uint8_t* levels);
+// ShadingRows<uint16_t>::scale, of levels between these.
+constexpr int32_t kLeastLevel = 897, kGreatestLevel = 65536 - 896;
+extern void (*const scaleWords)(uint16_t* samples, const uint16_t* blank, size_t n, int32_t level);
 }  // namespace vbmi
 #endif
 
