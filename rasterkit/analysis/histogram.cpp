@@ -87,10 +87,11 @@ int CPxHistogram::SetHistogram(const CPxImage& image, int channel) {
   const SampleClass samples = sampleClass(image.bitsPerSample);
   if (samples != SampleClass::byte && samples != SampleClass::word) return 0;
   if (!IsCreated()) return 1;
+  auto* const counts = reinterpret_cast<std::uint32_t*>(buffers_[HIST_RAW]);
   if (samples == SampleClass::byte)
-    countValues(viewOf<std::uint8_t>(image, image.channels), channel, buffers_[HIST_RAW], binCount_);
+    countValues(viewOf<std::uint8_t>(image, image.channels), channel, counts, binCount_);
   else
-    countValues(viewOf<std::uint16_t>(image, image.channels), channel, buffers_[HIST_RAW], binCount_);
+    countValues(viewOf<std::uint16_t>(image, image.channels), channel, counts, binCount_);
   return 1;
 }
 

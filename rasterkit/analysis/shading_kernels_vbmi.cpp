@@ -49,9 +49,10 @@ void divide(uint8_t* samples, const uint8_t* blank, size_t n, const uint8_t* lev
   }
 }
 
-// Truncated estimates, with their signs, of the 32-bit dividends whose halves are given.
+// Truncated estimates, with their signs, of the 32-bit dividends whose halves are given. The conversions are masked, as
+// g++ 12 finds an uninitialised value in the plain ones.
 inline __m512i estimates(__m512i dividends, __m512 reciprocal) {
-  return _mm512_cvttps_epi32(_mm512_mul_ps(_mm512_cvtepi32_ps(dividends), reciprocal));
+  return _mm512_maskz_cvttps_epi32(0xFFFF, _mm512_maskz_cvtepi32_ps(0xFFFF, dividends) * reciprocal);
 }
 
 // The reciprocal is too small by 2^-22 of itself, which is more than three roundings of 2^-24 can add. So an estimate
