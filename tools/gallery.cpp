@@ -125,8 +125,14 @@ std::string plot(const CPxImage& before, const CPxImage& after) {
          path(histogram(before)) + "\"/><path class=\"is\" d=\"" + path(histogram(after)) + "\"/></svg>";
 }
 
-// Where a picture as it is tells less than its edges.
+// Where a picture as it is tells less than its edges, or the usual example changes a photograph too little to be seen.
 constexpr std::pair<std::string_view, const char*> kTelling[] = {
+    {"add", "add value=60"},
+    {"add-real", "add-real value=60.5"},
+    {"sub", "sub value=60"},
+    {"sub-real", "sub-real value=60.5"},
+    {"fill", "fill rect=100,60,260,180 value=0 third=255"},
+    {"replace", "gray threshold level=128 rgb replace find=0 write=160 write2=60 write3=0"},
     {"lines", "sobel threshold level=200 lines"},
     {"drawlines", "sobel threshold level=200 drawlines"},
     {"hough", "sobel threshold level=200 hough"},
