@@ -24,11 +24,10 @@ const MedianRows<S>& medianRows() {
   if constexpr (std::is_same_v<S, float>) return table.reals;
 }
 
-// one(rows, out, n) makes n samples of a row from three rows, two(rows, out, n) those of two rows from four: all but
-// the first and last pixel of the n. They get the image in pieces until all but its outermost pixels are done; some may
-// be done twice. The outermost pixels are copied.
-template <class S, class One, class Two>
-int filterInside(View<const S> in, View<S> out, One one, Two two) {
+// make(rows, out, n) makes n samples of two rows from four: all but the first and last pixel of the n. It gets the
+// image in pieces until all but its outermost pixels are done; some may be done twice. The outermost pixels are copied.
+template <class S, class Make>
+int filterInside(View<const S> in, View<S> out, std::size_t piece, Make make) {
   const std::size_t n = in.samples();
   const auto step = static_cast<std::size_t>(in.channels);
   const auto copy = [&](int y, std::size_t from, std::size_t count) {
@@ -39,9 +38,10 @@ int filterInside(View<const S> in, View<S> out, One one, Two two) {
     return 1;
   }
 
-  constexpr std::size_t piece = 2048 / sizeof(S);
+  // An image of three rows has one to be made; the other one is nothing.
+  S nothing[MedianRows<S>::most + 2 * 4];
   const int count = in.height > 3 ? 2 : 1;
-  Window<S> window(in, out, {.above = 1, .below = count});
+  Window<S> window(in, out, {.above = 1, .below = 2});
   copy(0, 0, n);
   for (int next = 1; next < in.height - 1; next += count) {
     const int y = std::min(next, in.height - 1 - count);
@@ -49,14 +49,11 @@ int filterInside(View<const S> in, View<S> out, One one, Two two) {
     for (std::size_t at = 0; at + 2 * step < n; at += piece) {
       const std::size_t width = std::min(piece + 2 * step, n - at);
       for (int ahead = y + count; ahead < std::min(y + 2 * count, in.height - 1); ++ahead) {
-        fetchAhead(in.row(ahead + 1) + at, width * sizeof(S));
-        fetchAhead(out.row(ahead) + at, width * sizeof(S));
+        fetchBeginning(in.row(ahead + 1) + at);
+        fetchBeginning(out.row(ahead) + at);
       }
-      S* const to[] = {out.row(y) + at, out.row(y + 1) + at};
-      if (count == 1)
-        one(std::array{rows[0] + at, rows[1] + at, rows[2] + at}.data(), to, width);
-      else
-        two(std::array{rows[0] + at, rows[1] + at, rows[2] + at, rows[3] + at}.data(), to, width);
+      S* const to[] = {out.row(y) + at, count == 2 ? out.row(y + 1) + at : nothing};
+      make(std::array{rows[0] + at, rows[1] + at, rows[2] + at, rows[3] + at}.data(), to, width);
     }
     for (int i = y; i < y + count; ++i) {
       copy(i, 0, step);
@@ -76,13 +73,11 @@ int CPxFilter::Median(CPxImage& dst) {
   const Operands operands(*this, dst, {1, 4});
   if (!operands) return 0;
   return bySample(operands.source(), dst, []<class S>(View<const S> in, View<S> out) {
-    const MedianRows<S>& kernels = medianRows<S>();
-    const auto with = [&](auto kernel) {
-      return [=](const S* const* rows, S* const* to, std::size_t n) {
-        kernel(rows, to, n, static_cast<std::size_t>(in.channels));
-      };
-    };
-    return filterInside(in, out, with(kernels.median), with(kernels.medianOfTwo));
+    // Short enough for reading, picking and writing to take turns before the memory is idle.
+    constexpr std::size_t piece = 512 / sizeof(S);
+    return filterInside(in, out, piece, [&, median = medianRows<S>().median](auto rows, auto to, std::size_t n) {
+      median(rows, to, n, static_cast<std::size_t>(in.channels));
+    });
   });
 }
 
@@ -90,12 +85,10 @@ int CPxFilter::RemoveRandomNoise(CPxImage& dst, int threshold) {
   const Operands operands(*this, dst, {1, 4});
   if (!operands) return 0;
   return bySample(operands.source(), dst, [threshold]<class S>(View<const S> in, View<S> out) {
-    const MedianRows<S>& kernels = medianRows<S>();
-    const auto with = [&](auto kernel) {
-      return [=](const S* const* rows, S* const* to, std::size_t n) {
-        kernel(rows, to, n, static_cast<std::size_t>(in.channels), threshold);
-      };
-    };
-    return filterInside(in, out, with(kernels.removeNoise), with(kernels.removeNoiseOfTwo));
+    // Long enough for the samples in doubt to fill vectors.
+    constexpr std::size_t piece = MedianRows<S>::most;
+    return filterInside(in, out, piece, [&, remove = medianRows<S>().removeNoise](auto rows, auto to, std::size_t n) {
+      remove(rows, to, n, static_cast<std::size_t>(in.channels), threshold);
+    });
   });
 }

@@ -42,128 +42,130 @@ inline K median(const Column<K>& a, const Column<K>& b, const Column<K>& c) {
 // Samples in the widest vector. Where a row leaves less than that, the last vector is done over from further left.
 constexpr size_t kVector = 64;
 
-// f(from, to) for 0 to n in whole vectors, in blocks of at most so many samples; blocks may overlap.
+// f(from, to) for 0 to n in whole vectors, which may overlap.
 template <class F>
-void eachBlock(size_t n, size_t block, F f) {
+inline void inVectors(size_t n, F f) {
   if (n < kVector) return f(0, n);
   const size_t whole = n / kVector * kVector;
-  for (size_t i = 0; i < whole; i += block) f(i, least(i + block, whole));
+  f(0, whole);
   if (whole < n) f(n - kVector, n);
 }
 
-// Rows begin a pixel to the left of what is written.
+// Samples that are looked at for a part of a row.
 template <class S>
-void medianOfRows(const S* __restrict above, const S* __restrict here, const S* __restrict below, S* __restrict out,
-                  size_t step, size_t from, size_t to) {
+constexpr size_t kMost = MedianRows<S>::most + 2 * 4;
+
+// The sorted columns of three rows.
+template <class S>
+struct Columns {
   using K = decltype(keyOf(S()));
-  for (size_t i = from; i < to; ++i) {
-    Column<K> columns[3];
-    for (size_t j = 0, at = i; j < 3; ++j, at += step) {
-      const K a = keyOf(here[at]), b = keyOf(below[at]);
-      columns[j] = insert(least(a, b), greatest(a, b), keyOf(above[at]));
-    }
-    out[i] = sampleOf(median(columns[0], columns[1], columns[2]));
+
+  alignas(64) K low[kMost<S>];
+  alignas(64) K middle[kMost<S>];
+  alignas(64) K high[kMost<S>];
+
+  void put(size_t i, const Column<K>& column) {
+    low[i] = column.low;
+    middle[i] = column.middle;
+    high[i] = column.high;
   }
-}
 
-// Two rows at once share the comparison of the two rows in the middle of all four.
-template <class S>
-void mediansOfRows(const S* __restrict above, const S* __restrict first, const S* __restrict second,
-                   const S* __restrict below, S* __restrict outFirst, S* __restrict outSecond, size_t step, size_t from,
-                   size_t to) {
-  using K = decltype(keyOf(S()));
-  for (size_t i = from; i < to; ++i) {
-    Column<K> upper[3], lower[3];
-    for (size_t j = 0, at = i; j < 3; ++j, at += step) {
-      const K a = keyOf(first[at]), b = keyOf(second[at]);
-      upper[j] = insert(least(a, b), greatest(a, b), keyOf(above[at]));
-      lower[j] = insert(least(a, b), greatest(a, b), keyOf(below[at]));
-    }
-    outFirst[i] = sampleOf(median(upper[0], upper[1], upper[2]));
-    outSecond[i] = sampleOf(median(lower[0], lower[1], lower[2]));
+  S medianAt(size_t i, size_t step) const {
+    const size_t j = i + step, k = j + step;
+    return sampleOf(
+        median(Column<K>{low[i], middle[i], high[i]}, {low[j], middle[j], high[j]}, {low[k], middle[k], high[k]}));
   }
-}
-
-template <class S>
-void medianRow(const S* const* rows, S* const* out, size_t n, size_t step) {
-  eachBlock(n - 2 * step, n,
-            [=](size_t from, size_t to) { medianOfRows(rows[0], rows[1], rows[2], out[0] + step, step, from, to); });
-}
-
-template <class S>
-void medianTwoRows(const S* const* rows, S* const* out, size_t n, size_t step) {
-  eachBlock(n - 2 * step, n, [=](size_t from, size_t to) {
-    mediansOfRows(rows[0], rows[1], rows[2], rows[3], out[0] + step, out[1] + step, step, from, to);
-  });
-}
-
-constexpr size_t kBlock = 512;
-constexpr size_t kMostStep = 4;
-
-// Four rows of a block, from a pixel to the left of the samples that are looked at.
-template <class S>
-struct Around {
-  const S* above;
-  const S* first;
-  const S* second;
-  const S* below;
-  size_t step;
 };
 
-// Sums down the columns of three rows, for the two rows in the middle.
-template <class Sum>
-struct ColumnSums {
-  Sum upper[kBlock + 2 * kMostStep];
-  Sum lower[kBlock + 2 * kMostStep];
+// Of two rows at once, which share the comparison of the two rows in the middle of all four.
+template <class S>
+struct ColumnsOfTwo {
+  Columns<S> upper, lower;
+};
+
+// also.take(i, above, first, second, below) sees the samples of each column while they are there.
+template <class S, class Also>
+inline void sortColumns(const S* __restrict above, const S* __restrict first, const S* __restrict second,
+                        const S* __restrict below, ColumnsOfTwo<S>& __restrict columns, Also& __restrict also,
+                        size_t from, size_t to) {
+  for (size_t i = from; i < to; ++i) {
+    const auto a = keyOf(first[i]), b = keyOf(second[i]);
+    const auto lesser = least(a, b), greater = greatest(a, b);
+    columns.upper.put(i, insert(lesser, greater, keyOf(above[i])));
+    columns.lower.put(i, insert(lesser, greater, keyOf(below[i])));
+    also.take(i, above[i], first[i], second[i], below[i]);
+  }
+}
+
+template <class S, class Also>
+inline void sortColumns(const S* const* rows, size_t n, ColumnsOfTwo<S>& columns, Also& also) {
+  inVectors(n,
+            [&](size_t from, size_t to) { sortColumns(rows[0], rows[1], rows[2], rows[3], columns, also, from, to); });
+}
+
+struct Nothing {
+  template <class S>
+  void take(size_t, S, S, S, S) {}
+};
+
+template <class S>
+void pickMedians(const ColumnsOfTwo<S>& columns, S* __restrict first, S* __restrict second, size_t step, size_t from,
+                 size_t to) {
+  for (size_t i = from; i < to; ++i) {
+    first[i] = columns.upper.medianAt(i, step);
+    second[i] = columns.lower.medianAt(i, step);
+  }
+}
+
+template <class S>
+void medianRows(const S* const* rows, S* const* out, size_t n, size_t step) {
+  ColumnsOfTwo<S> columns;
+  Nothing nothing;
+  sortColumns(rows, n, columns, nothing);
+  inVectors(n - 2 * step,
+            [&](size_t from, size_t to) { pickMedians(columns, out[0] + step, out[1] + step, step, from, to); });
+}
+
+// Eight times a sample less its neighbours, in two parts: what its own column gives, and the sum of another column.
+template <class S, class Sum>
+struct Differences {
+  alignas(64) Sum own[kMost<S>];
+  alignas(64) Sum side[kMost<S>];
+
+  void put(size_t i, Sum centre, Sum column) {
+    own[i] = static_cast<Sum>(9 * centre - column);
+    side[i] = column;
+  }
+
+  Sum magnitudeAt(size_t i, size_t step) const {
+    const auto difference = static_cast<Sum>(own[i + step] - static_cast<Sum>(side[i] + side[i + 2 * step]));
+    return static_cast<Sum>(difference < 0 ? -difference : difference);
+  }
 };
 
 template <class S, class Sum>
-inline void addColumns(const Around<S>& around, size_t n, ColumnSums<Sum>& sums) {
-  const S* const __restrict above = around.above;
-  const S* const __restrict first = around.first;
-  const S* const __restrict second = around.second;
-  const S* const __restrict below = around.below;
-  for (size_t i = 0; i < n + 2 * around.step; ++i) {
-    const auto both = static_cast<Sum>(static_cast<Sum>(first[i]) + static_cast<Sum>(second[i]));
-    sums.upper[i] = static_cast<Sum>(both + above[i]);
-    sums.lower[i] = static_cast<Sum>(both + below[i]);
+struct DifferencesOfTwo {
+  Differences<S, Sum> upper, lower;
+
+  void take(size_t i, S above, S first, S second, S below) {
+    const auto a = static_cast<Sum>(first), b = static_cast<Sum>(second), both = static_cast<Sum>(a + b);
+    upper.put(i, a, static_cast<Sum>(both + above));
+    lower.put(i, b, static_cast<Sum>(both + below));
   }
-}
+};
 
-// 8 times the difference of a sample from the mean of its neighbours: 9 x the sample less the sum of all nine.
-template <class Sum>
-inline Sum magnitudeOf(Sum centre, const Sum* columns, size_t step) {
-  const auto all = static_cast<Sum>(columns[0] + columns[step] + columns[2 * step]);
-  const auto difference = static_cast<Sum>(9 * centre - all);
-  return static_cast<Sum>(difference < 0 ? -difference : difference);
-}
-
-// choose(median, row, i, sums): what becomes of sample i of one row or the other, as a key.
+// choose(row, i, magnitude, centre, median): what becomes of sample i of one row or the other.
 template <class S, class Sum, class F>
-inline void denoise(const Around<S>& around, const ColumnSums<Sum>& sums, S* __restrict outFirst,
-                    S* __restrict outSecond, size_t n, F choose) {
-  using K = decltype(keyOf(S()));
-  const S* const __restrict above = around.above;
-  const S* const __restrict first = around.first;
-  const S* const __restrict second = around.second;
-  const S* const __restrict below = around.below;
-  const size_t step = around.step;
-  for (size_t i = 0; i < n; ++i) {
-    Column<K> upper[3], lower[3];
-    for (size_t j = 0, at = i; j < 3; ++j, at += step) {
-      const K a = keyOf(first[at]), b = keyOf(second[at]);
-      upper[j] = insert(least(a, b), greatest(a, b), keyOf(above[at]));
-      lower[j] = insert(least(a, b), greatest(a, b), keyOf(below[at]));
-    }
-    const S here = first[i + step], there = second[i + step];
-    outFirst[i] = choose(0, i, magnitudeOf(static_cast<Sum>(here), sums.upper + i, step), here,
-                         sampleOf(median(upper[0], upper[1], upper[2])));
-    outSecond[i] = choose(1, i, magnitudeOf(static_cast<Sum>(there), sums.lower + i, step), there,
-                          sampleOf(median(lower[0], lower[1], lower[2])));
+inline void denoise(const S* __restrict first, const S* __restrict second, const ColumnsOfTwo<S>& columns,
+                    const DifferencesOfTwo<S, Sum>& differences, S* __restrict outFirst, S* __restrict outSecond,
+                    size_t step, size_t from, size_t to, F choose) {
+  for (size_t i = from; i < to; ++i) {
+    outFirst[i] =
+        choose(0, i, differences.upper.magnitudeAt(i, step), first[i + step], columns.upper.medianAt(i, step));
+    outSecond[i] =
+        choose(1, i, differences.lower.magnitudeAt(i, step), second[i + step], columns.lower.medianAt(i, step));
   }
 }
-
-// denoiseBlock(around, outFirst, outSecond, n, threshold): two rows of a block of n samples; threshold is 0 or more.
 
 // Whole numbers that hold 8 times the greatest sample.
 template <class S>
@@ -178,13 +180,17 @@ struct SumOf<uint16_t> {
 };
 
 template <class S>
-void denoiseBlock(const Around<S>& around, S* outFirst, S* outSecond, size_t n, int threshold) {
+void removeNoise(const S* const* rows, S* const* out, size_t n, size_t step, int threshold) {
   using Sum = typename SumOf<S>::Type;
-  ColumnSums<Sum> sums;
-  addColumns(around, n, sums);
+  if (threshold < 0) return medianRows(rows, out, n, step);
+  ColumnsOfTwo<S> columns;
+  DifferencesOfTwo<S, Sum> differences;
+  sortColumns(rows, n, columns, differences);
   const auto limit = static_cast<Sum>(least(threshold, 8 * static_cast<S>(-1)));
-  denoise(around, sums, outFirst, outSecond, n,
-          [=](int, size_t, Sum magnitude, S centre, S middle) { return magnitude > limit ? middle : centre; });
+  inVectors(n - 2 * step, [&](size_t from, size_t to) {
+    denoise(rows[1], rows[2], columns, differences, out[0] + step, out[1] + step, step, from, to,
+            [=](int, size_t, Sum magnitude, S centre, S middle) { return magnitude > limit ? middle : centre; });
+  });
 }
 
 // Of floats the eight differences are added in double, one at a time, and the total is truncated to a whole number each
@@ -208,127 +214,126 @@ void mark(const float* const* nine, size_t n, int limit, uint32_t* __restrict no
   }
 }
 
-inline int32_t magnitudeBits(float value) {
-  int32_t bits;
-  __builtin_memcpy(&bits, &value, sizeof bits);
-  return bits & INT32_MAX;
-}
+// The differences, and bits of a float that bounds every magnitude: the greatest sum of a column's magnitudes.
+struct BoundedDifferences {
+  DifferencesOfTwo<float, float>& differences;
+  int32_t most = 0;
 
-// What the four rows hold: the greatest magnitude, and whether all of it is whole numbers.
-struct Extent {
-  float most;
-  bool whole;
+  void take(size_t i, float above, float first, float second, float below) {
+    differences.take(i, above, first, second, below);
+    const float sum =
+        (__builtin_fabsf(above) + __builtin_fabsf(first)) + (__builtin_fabsf(second) + __builtin_fabsf(below));
+    int32_t bits;
+    __builtin_memcpy(&bits, &sum, sizeof bits);
+    most = greatest(most, bits & INT32_MAX);
+  }
 };
 
-inline Extent extentOf(const Around<float>& around, size_t n) {
-  const float *const above = around.above, *const first = around.first, *const second = around.second,
-                     *const below = around.below;
-  int32_t bits = 0;
-  uint32_t broken = 0;
-  for (size_t i = 0; i < n + 2 * around.step; ++i) {
-    const int32_t upper = greatest(magnitudeBits(above[i]), magnitudeBits(first[i]));
-    const int32_t lower = greatest(magnitudeBits(second[i]), magnitudeBits(below[i]));
-    bits = greatest(bits, greatest(upper, lower));
-    broken |= (__builtin_truncf(above[i]) != above[i]) | (__builtin_truncf(first[i]) != first[i]) |
-              (__builtin_truncf(second[i]) != second[i]) | (__builtin_truncf(below[i]) != below[i]);
+// Whether the four rows hold whole numbers only; magnitudes are below 2^22. Gives up with the first vector that has
+// another.
+inline bool areWhole(const float* const* rows, size_t n) {
+  constexpr float shift = 0x1.8p23F;
+  for (size_t i = 0; i < n; i += kVector) {
+    uint32_t broken = 0;
+    for (int k = 0; k < 4; ++k) {
+      const float* const row = rows[k];
+      for (size_t j = i; j < least(n, i + kVector); ++j) broken |= (row[j] + shift) - shift != row[j] ? 1u : 0u;
+    }
+    if (broken) return false;
   }
-  return {fromTotalOrderKey(bits), broken == 0};
+  return true;
 }
 
-// Puts back the samples of a row that are no noise after all: of those in doubt, gathered so that vectors of them are
-// looked at.
-void putBack(const float* above, const float* here, const float* below, size_t step, const uint32_t* inDoubt,
-             float* out, size_t n, int limit) {
-  uint8_t doubts[kBlock + 8] = {};
-  uint32_t any = 0;
-  for (size_t i = 0; i < n; ++i) {
-    doubts[i] = static_cast<uint8_t>(inDoubt[i] & 1);
-    any |= inDoubt[i];
-  }
-  if (!any) return;
-  const float* const nine[] = {above, above + step, above + 2 * step, here, here + step, here + 2 * step,
-                               below, below + step, below + 2 * step};
-  uint16_t places[kBlock + 8];
-  size_t count = 0;
+// The places of the bytes that are 1, of bytes that are 1 or 0: first by eights, then one by one, so that no branch
+// depends on them. After the last byte there are zeros up to a whole eight, and there is room for one place more.
+size_t placesOf(const uint8_t* ones, size_t n, uint16_t* places) {
+  uint16_t eights[kMost<float> / 8 + 2];
+  size_t some = 0, count = 0;
   for (size_t i = 0; i < n; i += 8) {
-    uint64_t some;
-    __builtin_memcpy(&some, doubts + i, sizeof some);
-    for (size_t j = i; some != 0; ++j, some >>= 8) {
-      places[count] = static_cast<uint16_t>(j);
-      count += some & 1;
-    }
+    uint64_t eight;
+    __builtin_memcpy(&eight, ones + i, sizeof eight);
+    eights[some] = static_cast<uint16_t>(i);
+    some += eight != 0;
   }
-  float gathered[9][kBlock];
-  const float* const columns[] = {gathered[0], gathered[1], gathered[2], gathered[3], gathered[4],
-                                  gathered[5], gathered[6], gathered[7], gathered[8]};
-  for (size_t k = 0; k < 9; ++k)
-    for (size_t j = 0; j < count; ++j) gathered[k][j] = nine[k][places[j]];
-  uint32_t noise[kBlock];
-  mark<truncatedWithin>(columns, count, limit, noise);
-  for (size_t j = 0; j < count; ++j)
-    if (!noise[j]) out[places[j]] = gathered[4][j];
+  for (size_t k = 0; k < some; ++k)
+    for (size_t i = eights[k], end = i + 8; i < end; ++i) {
+      places[count] = static_cast<uint16_t>(i);
+      count += ones[i];
+    }
+  return count;
+}
+
+// Puts back the samples of a row that are no noise after all: of those in doubt, gathered into whole vectors.
+void putBack(const float* const* rows, size_t step, const uint8_t* doubts, float* out, size_t n, int limit) {
+  constexpr size_t batch = 8;
+  uint16_t places[kMost<float> + batch];
+  const size_t count = placesOf(doubts, n, places);
+  for (size_t i = count; i < count + batch; ++i) places[i] = 0;
+  for (size_t at = 0; at < count; at += batch) {
+    float nine[9][batch], medians[batch];
+    for (size_t j = 0; j < batch; ++j) {
+      const size_t left = places[at + j], here = left + step, right = here + step;
+      for (size_t k = 0; k < 3; ++k) {
+        nine[3 * k][j] = rows[k][left];
+        nine[3 * k + 1][j] = rows[k][here];
+        nine[3 * k + 2][j] = rows[k][right];
+      }
+      medians[j] = out[left];
+    }
+    const float* const columns[] = {nine[0], nine[1], nine[2], nine[3], nine[4], nine[5], nine[6], nine[7], nine[8]};
+    uint32_t noise[batch];
+    mark<truncatedWithin>(columns, batch, limit, noise);
+    for (size_t j = 0; j < batch; ++j) medians[j] = noise[j] ? medians[j] : nine[4][j];
+    for (size_t j = 0; j < least(batch, count - at); ++j) out[places[at + j]] = medians[j];
+  }
 }
 
 // A sum in single precision tells most samples apart: each of the eight truncations takes less than 1, and each of at
 // most 12 roundings less than 18 x 2^-24 of the greatest magnitude. Sums of whole numbers below 2^20 are exact, and
 // nothing is truncated.
 template <>
-void denoiseBlock(const Around<float>& around, float* outFirst, float* outSecond, size_t n, int threshold) {
-  const Extent extent = extentOf(around, n);
-  const size_t step = around.step;
+void removeNoise(const float* const* rows, float* const* out, size_t n, size_t step, int threshold) {
+  if (threshold < 0) return medianRows(rows, out, n, step);
+  ColumnsOfTwo<float> columns;
+  DifferencesOfTwo<float, float> differences;
+  BoundedDifferences bounded{differences};
+  sortColumns(rows, n, columns, bounded);
+  const float bound = fromTotalOrderKey(bounded.most);
+  const size_t count = n - 2 * step;
   constexpr int mostMagnitude = 1 << 22;
-  if (!(extent.most < mostMagnitude)) {  // NaN too
-    const float* const rows[] = {around.above, around.first, around.second, around.below};
-    float* const out[] = {outFirst, outSecond};
-    mediansOfRows(rows[0], rows[1], rows[2], rows[3], outFirst, outSecond, step, 0, n);
+  if (!(bound < mostMagnitude)) {  // NaN too
+    medianRows(rows, out, n, step);
     for (size_t row = 0; row < 2; ++row) {
       const float *const a = rows[row], *const b = rows[row + 1], *const c = rows[row + 2];
       const float* const nine[] = {a, a + step, a + 2 * step, b, b + step, b + 2 * step, c, c + step, c + 2 * step};
-      uint32_t noise[kBlock];
-      mark<truncated>(nine, n, threshold, noise);
-      for (size_t i = 0; i < n; ++i) out[row][i] = noise[i] ? out[row][i] : b[i + step];
+      uint32_t noise[kMost<float>];
+      mark<truncated>(nine, count, threshold, noise);
+      for (size_t i = step; i < n - step; ++i) out[row][i] = noise[i - step] ? out[row][i] : b[i];
     }
     return;
   }
-
-  ColumnSums<float> sums;
-  addColumns(around, n, sums);
+  const bool exact = bound < 1 << 20 && areWhole(rows, n);
   const int limit = least(threshold, 16 * mostMagnitude);
-  const float margin = extent.whole && extent.most < 1 << 20 ? 0 : 9 + extent.most * 0x1p-16F;
+  const float margin = exact ? 0 : 9 + bound * 0x1p-16F;
   const float surely = static_cast<float>(limit) + margin, hardly = static_cast<float>(limit) - margin;
-  uint32_t doubts[2][kBlock];
-  denoise(around, sums, outFirst, outSecond, n,
-          [=, &doubts](int row, size_t i, float magnitude, float centre, float middle) {
-            const uint32_t noise = magnitude > surely ? 1 : 0, perhaps = magnitude > hardly ? 1 : 0;
-            doubts[row][i] = noise ^ perhaps;
-            return perhaps ? middle : centre;
-          });
-  putBack(around.above, around.first, around.second, step, doubts[0], outFirst, n, limit);
-  putBack(around.first, around.second, around.below, step, doubts[1], outSecond, n, limit);
-}
-
-template <class S>
-void removeNoiseOfTwoRows(const S* const* rows, S* const* out, size_t n, size_t step, int threshold) {
-  if (threshold < 0) return medianTwoRows(rows, out, n, step);
-  eachBlock(n - 2 * step, kBlock, [=](size_t from, size_t to) {
-    denoiseBlock<S>({rows[0] + from, rows[1] + from, rows[2] + from, rows[3] + from, step}, out[0] + step + from,
-                    out[1] + step + from, to - from, threshold);
+  uint8_t doubts[2][kMost<float>];
+  __builtin_memset(doubts[0] + count, 0, 8);
+  __builtin_memset(doubts[1] + count, 0, 8);
+  inVectors(count, [&](size_t from, size_t to) {
+    denoise(rows[1], rows[2], columns, differences, out[0] + step, out[1] + step, step, from, to,
+            [=, &doubts](int row, size_t i, float magnitude, float centre, float middle) {
+              const uint8_t noise = magnitude > surely ? 1 : 0, perhaps = magnitude > hardly ? 1 : 0;
+              doubts[row][i] = noise ^ perhaps;
+              return perhaps ? middle : centre;
+            });
   });
-}
-
-// Images of three rows have one to be made.
-template <class S>
-void removeNoise(const S* const* rows, S* const* out, size_t n, size_t step, int threshold) {
-  if (threshold < 0) return medianRow(rows, out, n, step);
-  eachBlock(n - 2 * step, kBlock, [=](size_t from, size_t to) {
-    S second[kBlock];
-    denoiseBlock<S>({rows[0] + from, rows[1] + from, rows[2] + from, rows[2] + from, step}, out[0] + step + from,
-                    second, to - from, threshold);
-  });
+  if (exact) return;
+  putBack(rows, step, doubts[0], out[0] + step, count, limit);
+  putBack(rows + 1, step, doubts[1], out[1] + step, count, limit);
 }
 
 template <class S>
-constexpr MedianRows<S> table = {medianRow<S>, medianTwoRows<S>, removeNoise<S>, removeNoiseOfTwoRows<S>};
+constexpr MedianRows<S> table = {medianRows<S>, removeNoise<S>};
 
 }  // namespace
 

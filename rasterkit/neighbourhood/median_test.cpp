@@ -123,6 +123,35 @@ TEST(Median, ranksFloatsByTotalOrder) {
       std::signbit(sampleAt(median(grayFloat({{0.0, 0.0, 0.0}, {0.0, 0.0, -0.0}, {-0.0, -0.0, -0.0}})), 1, 1)));
 }
 
+// Rows are made in pieces and in whole vectors; seven columns are neither.
+TEST(Median, longRowsAreMadeAsTheirParts) {
+  for (const int bits : {8, 16, 32})
+    for (const COLOR_MODEL model : {CM_GRAY, CM_RGB}) {
+      CPxImage whole(model, bits, 1101, 5), part(model, bits, 7, 5);
+      unsigned int random = 1;
+      for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < whole.width; ++x)
+          for (int c = 0; c < whole.channels; ++c) {
+            random = random * 1664525u + 1013904223u;
+            setSample(whole, x, y, c, (random >> 22) * (bits == 32 ? 0.125 : 0.25));
+          }
+      const CPxImage medians = median(whole), denoised = withoutNoise(whole, 200);
+      for (int left = 0; left + part.width <= whole.width; left += part.width - 2) {
+        for (int y = 0; y < 5; ++y)
+          for (int x = 0; x < part.width; ++x)
+            for (int c = 0; c < part.channels; ++c) setSample(part, x, y, c, sampleAt(whole, left + x, y, c));
+        const CPxImage partMedians = median(part), partDenoised = withoutNoise(part, 200);
+        for (int y = 1; y < 4; ++y)
+          for (int x = 1; x + 1 < part.width; ++x)
+            for (int c = 0; c < part.channels; ++c) {
+              ASSERT_EQ(sampleAt(medians, left + x, y, c), sampleAt(partMedians, x, y, c)) << bits << ": " << left + x;
+              ASSERT_EQ(sampleAt(denoised, left + x, y, c), sampleAt(partDenoised, x, y, c))
+                  << bits << ": " << left + x;
+            }
+      }
+    }
+}
+
 TEST(RemoveRandomNoise, replacesWhatStandsOut) {
   EXPECT_PICTURE(withoutNoise(spot(8, 10, 255), 1000), spot(8, 10, 10));  // 8 * 245 = 1960
   EXPECT_PICTURE(withoutNoise(spot(8, 10, 255), 2000), spot(8, 10, 255));
