@@ -1,5 +1,5 @@
 // For the memory sanitizer: the nodes of the standard containers are filled in by the system's C++ library, which it
-// does not see, so plain memory counts as written. Pixel blocks come from the aligned form, and stay what they are:
+// does not see, so plain memory counts as written. Pixel blocks come from posix_memalign, and stay what they are:
 // unwritten.
 
 #include <cstdlib>
