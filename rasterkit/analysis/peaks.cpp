@@ -165,12 +165,8 @@ void smoothAway(int most, int* curve, int n, bool circular) {
   if (in != curve) std::copy_n(in, n, curve);
 }
 
-// A peak takes over a neighbour that is merged into it.
+// A peak takes over a neighbour that is merged into it, which is no higher: records come in order of density.
 void merge(CPxHistogramDensity& group, const CPxHistogramDensity& record) {
-  if (group.density < record.density) {
-    group.position = record.position;
-    group.density = record.density;
-  }
   group.nextPosition = record.nextPosition;
   group.nextDensity = record.nextDensity;
 }

@@ -79,6 +79,13 @@ TEST(HostProfile, settersAffectTheirOwnObjectOnly) {
   EXPECT_EQ(&GetHostProfileManager(), &GetHostProfileManager());
 }
 
+TEST(HostProfile, keepsItsModule) {
+  CHostProfileManager profile;
+  int module = 0;
+  profile.SetHInstance(reinterpret_cast<HINSTANCE>(&module));
+  EXPECT_EQ(profile.GetHInstance(), reinterpret_cast<HINSTANCE>(&module));
+}
+
 TEST(ImageProcessingManager, isOne) {
   EXPECT_EQ(&GetImageProcessingManager(), &GetImageProcessingManager());
   CImageProcessingManager& manager = GetImageProcessingManager();

@@ -126,7 +126,9 @@ TEST(FrameworkString, convertsToCharacters) {
 TEST(FrameworkExceptions, shareARoot) {
   EXPECT_THROW(throw CInvalidArgException(), CException);
   EXPECT_THROW(throw CFileException(), std::exception);
+  EXPECT_STREQ(CException().what(), "framework exception");
   EXPECT_STREQ(CInvalidArgException().what(), "invalid argument");
+  EXPECT_STREQ(CFileException().what(), "file cannot be opened, read or written");
 }
 
 }  // namespace
