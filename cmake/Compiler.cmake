@@ -29,6 +29,13 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     -Wno-array-bounds -Wno-maybe-uninitialized -Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread -Wno-free-nonheap-object)
 endif()
 
+# The library itself, and nothing around it, so that tests and twins keep their speed. Threads may lose a count; only 0 matters.
+add_library(rasterkit_counting INTERFACE)
+if(RASTERKIT_COVERAGE)
+  target_compile_options(rasterkit_counting INTERFACE -O0 -g --coverage)
+  target_link_options(rasterkit_counting INTERFACE --coverage)
+endif()
+
 if(RASTERKIT_SANITIZE)
   string(REPLACE ";" "," sanitizers "${RASTERKIT_SANITIZE}")
   target_compile_options(rasterkit_compiler INTERFACE -fsanitize=${sanitizers} -fno-sanitize-recover=all)
