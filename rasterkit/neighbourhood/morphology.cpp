@@ -22,6 +22,7 @@
 #include "rasterkit/neighbourhood/morphology_kernels.h"
 
 #include <algorithm>
+#include <new>
 #include <type_traits>
 #include <vector>
 
@@ -39,6 +40,23 @@ const ExtremumRows<S>& extremumRows(Extremum extremum) {
   if constexpr (std::is_same_v<S, std::uint16_t>) return table.words;
   if constexpr (std::is_same_v<S, float>) return table.reals;
 }
+
+// Where the widest vectors lie within a line of the cache: stores across two lines take twice as long.
+template <class T>
+struct InLines {
+  using value_type = T;
+
+  InLines() = default;
+  template <class U>
+  InLines(const InLines<U>&) {}
+  T* allocate(std::size_t n) { return static_cast<T*>(::operator new(n * sizeof(T), kLine)); }
+  void deallocate(T* block, std::size_t) { ::operator delete(block, kLine); }
+  bool operator==(const InLines&) const { return true; }
+
+  static constexpr std::align_val_t kLine{64};
+};
+template <class T>
+using Line = std::vector<T, InLines<T>>;
 
 // The extrema down the columns over the rows around y, for y = 0, 1, 2 ... Rows before y may have been overwritten.
 template <class S>
@@ -119,8 +137,8 @@ class ColumnExtrema {
   const std::size_t stride_;
   const int reach_;
   const std::int64_t side_;
-  std::vector<Key> prefix_;
-  std::vector<Key> block_;
+  Line<Key> prefix_;
+  Line<Key> block_;
   std::int64_t read_ = 0;        // rows of the image
   const S* newRow_ = nullptr;    // the one that is read now, if any
   bool begins_ = false;          // whether it begins a block
@@ -202,7 +220,7 @@ class SquareExtrema {
   const std::size_t step_;
   const std::size_t margin_;
   Columns columns_;
-  std::vector<typename RankKey<S>::Type> line_;
+  Line<typename RankKey<S>::Type> line_;
 };
 
 template <class Extrema>
