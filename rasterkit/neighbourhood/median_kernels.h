@@ -8,8 +8,8 @@
 namespace rasterkit {
 
 // The two middle rows of four: all but the first and last of n samples' pixels, which are left as they are. There are
-// step samples a pixel, at least three pixels, and at most so many samples besides the first and last pixel. What is
-// written is none of the rows that are read.
+// step samples a pixel, more of them than two pixels have, and at most so many besides the first and last pixel; they
+// may begin within a pixel. What is written is none of the rows that are read.
 template <class S>
 struct MedianRows {
   static constexpr size_t most = 512;

@@ -123,11 +123,11 @@ TEST(Median, ranksFloatsByTotalOrder) {
       std::signbit(sampleAt(median(grayFloat({{0.0, 0.0, 0.0}, {0.0, 0.0, -0.0}, {-0.0, -0.0, -0.0}})), 1, 1)));
 }
 
-// Rows are made in pieces and in whole vectors; seven columns are neither.
+// Rows are made in pieces and in whole vectors; seven columns are neither. The last seven end with the row.
 TEST(Median, longRowsAreMadeAsTheirParts) {
   for (const int bits : {8, 16, 32})
     for (const COLOR_MODEL model : {CM_GRAY, CM_RGB}) {
-      CPxImage whole(model, bits, 1101, 5), part(model, bits, 7, 5);
+      CPxImage whole(model, bits, 1102, 5), part(model, bits, 7, 5);
       unsigned int random = 1;
       for (int y = 0; y < 5; ++y)
         for (int x = 0; x < whole.width; ++x)

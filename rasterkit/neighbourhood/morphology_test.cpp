@@ -264,7 +264,7 @@ TEST(Morphology, wideRowsAgreeWithTheDefinition) {
 // Rows so wide that those kept for both passes exceed a megabyte: the passes then follow one another.
 TEST(Morphology, twoPassesOfVeryWideRowsAreOneAfterTheOther) {
   Random random(15);
-  const CPxImage before = randomImage(random, {CM_GRAY, 8}, 70001, 5);
+  const CPxImage before = randomImage(random, {CM_GRAY, 8}, 70001, 9);
   EXPECT_PICTURE(opened(before, 8), dilated(eroded(before, 8), 8));
   EXPECT_PICTURE(closed(before, 8), eroded(dilated(before, 8), 8));
 }

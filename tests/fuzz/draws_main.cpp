@@ -7,6 +7,7 @@
 
 #include <sys/mman.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -18,21 +19,33 @@
 
 namespace {
 
-// Blocks of pixels stand alone among pages that cannot be touched, each against the page after it or the page before it
-// in turn. A block is reused from a list, so a draw costs no system call.
+// Blocks of pixels, and rows that are kept for a while, stand alone among pages that cannot be touched, each against
+// the page after it or the page before it in turn. A block is reused from a list, so a draw costs no system call.
 constexpr std::size_t kPage = 4096;
+constexpr std::size_t kReserve = std::size_t{1} << 38;  // addresses, of which no memory is taken until they are used
 
 struct Slot {
   unsigned char* room;  // pages between two guard pages
   std::size_t size;
 };
 
+unsigned char* reserve() {
+  static auto* const start = [] {
+    void* const all = mmap(nullptr, kReserve, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (all == MAP_FAILED) std::abort();
+    return static_cast<unsigned char*>(all);
+  }();
+  return start;
+}
+
 std::vector<Slot>& freeSlots() {
   static std::vector<Slot> slots;
   return slots;
 }
 bool atEnd = false;
+std::size_t used = 0;  // of the reserve
 
+// No room where memory has run out.
 Slot slotFor(std::size_t size) {
   auto& slots = freeSlots();
   for (std::size_t i = slots.size(); i-- > 0;) {
@@ -42,10 +55,11 @@ Slot slotFor(std::size_t size) {
     return slot;
   }
   const std::size_t room = (size + kPage - 1) / kPage * kPage + 4 * kPage;
-  auto* const all = static_cast<unsigned char*>(
-      mmap(nullptr, room + 2 * kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
-  if (all == MAP_FAILED || mprotect(all + kPage, room, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
-  return {all + kPage, room};
+  if (size > kReserve / 2 || room + 2 * kPage > kReserve - used) return {};
+  unsigned char* const start = reserve() + used + kPage;
+  if (mprotect(start, room, PROT_READ | PROT_WRITE) != 0) return {};
+  used += room + kPage;  // two neighbours share a guard page
+  return {start, room};
 }
 
 struct Given {
@@ -57,26 +71,54 @@ std::vector<Given>& given() {
   return list;
 }
 
-}  // namespace
-
-// Images are the only users of the aligned form.
-void* operator new(std::size_t size, std::align_val_t) {
+void* guarded(std::size_t size) {
   const Slot slot = slotFor(size);
+  if (!slot.room) return nullptr;
   atEnd = !atEnd;
   unsigned char* const block = atEnd ? slot.room + slot.size - size : slot.room;
   given().push_back({block, slot});
   return block;
 }
 
-void operator delete(void* block, std::align_val_t) noexcept {
+// Whether it was one of the guarded.
+bool takenBack(void* block) {
+  const auto* const at = static_cast<unsigned char*>(block);
+  if (used == 0 || at < reserve() || at >= reserve() + used + kPage) return false;
   auto& list = given();
   for (std::size_t i = list.size(); i-- > 0;) {
     if (list[i].block != block) continue;
     freeSlots().push_back(list[i].slot);
     list.erase(list.begin() + static_cast<std::ptrdiff_t>(i));
-    return;
+    return true;
   }
+  std::abort();  // freed twice, or never given
 }
+
+}  // namespace
+
+void* operator new(std::size_t size, std::align_val_t) {
+  void* const block = guarded(size);
+  if (!block) throw std::bad_alloc();
+  return block;
+}
+void operator delete(void* block, std::align_val_t) noexcept { takenBack(block); }
+
+#pragma GCC visibility push(default)  // for the library to find them
+extern "C" {
+void __libc_free(void* block);
+
+int posix_memalign(void** block, std::size_t, std::size_t size) {
+  void* const made = guarded(size);
+  if (!made) return ENOMEM;
+  *block = made;
+  return 0;
+}
+
+void free(void* block) {
+  if (!takenBack(block)) __libc_free(block);
+}
+}
+#pragma GCC visibility pop
 
 int main(int argc, char** argv) {
   const long long count = argc > 1 ? std::atoll(argv[1]) : 100000;

@@ -180,6 +180,8 @@ TEST(WithoutMemoryTable, isEmptyAndCanBeMadeAgain) {
 
 TEST(WithoutMemoryHistogram, isEmptyAndCanBeMadeAgain) {
   const CPxImage image = gray8({{1, 2, 3, 200}, {4, 5, 6, 201}});
+  const CPxImage wide = gray16({{1, 2, 3, 60000}}), colour = rgb8({{1, 2, 3, 4, 5, 6}});
+  const CPxImage large(CM_GRAY, 8, 1024, 512);  // counted in pairs
   CPxHistogram histogram;
   whereverMemoryEnds([&] { histogram.Create(image, 0); },
                      [&](bool stopped) {
@@ -190,6 +192,9 @@ TEST(WithoutMemoryHistogram, isEmptyAndCanBeMadeAgain) {
   const std::string path = (std::filesystem::temp_directory_path() / "rasterkit_without_memory.txt").string();
   losesNothing([&] {
     CPxHistogram made(image, 0);
+    made.SetHistogram(wide, 0);
+    made.SetHistogram(colour, 1);
+    made.SetHistogram(large, 0);
     CPxHistogram copy = made;
     copy = made;
     made.CreateBuffer(HIST_DIFF2);

@@ -1,5 +1,6 @@
 #include "tests/memory/failing_allocations.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
@@ -79,10 +80,43 @@ void operator delete[](void* block, std::align_val_t) noexcept { freed(block); }
 void operator delete(void* block, std::size_t, std::align_val_t) noexcept { freed(block); }
 void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { freed(block); }
 
-// Zeroed tables come from calloc. The sanitizers have one of their own that must stay; they find what is lost anyway.
+// Zeroed tables come from calloc, blocks of pixels from posix_memalign. The sanitizers have their own, which must stay;
+// they find what is lost anyway.
 #if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)
+namespace {
+
+// The blocks of pixels that are there, for free to know them by.
+constexpr std::size_t kMostBlocks = 4096;
+void* pixelBlocks[kMostBlocks];
+std::size_t blockCount = 0;
+
+}  // namespace
+
+#pragma GCC visibility push(default)  // for the library to find them
 extern "C" {
 void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* block);
+
 void* calloc(std::size_t count, std::size_t size) { return runsOut() ? nullptr : __libc_calloc(count, size); }
+
+int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
+  if (blockCount == kMostBlocks) std::abort();
+  void* const made = runsOut() ? nullptr : counted(__libc_memalign(alignment, size));
+  if (!made) return ENOMEM;
+  *block = pixelBlocks[blockCount++] = made;
+  return 0;
 }
+
+void free(void* block) {
+  for (std::size_t i = blockCount; block && i-- > 0;) {
+    if (pixelBlocks[i] != block) continue;
+    pixelBlocks[i] = pixelBlocks[--blockCount];
+    --live;
+    break;
+  }
+  __libc_free(block);
+}
+}
+#pragma GCC visibility pop
 #endif
