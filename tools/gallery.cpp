@@ -131,7 +131,7 @@ constexpr std::pair<std::string_view, const char*> kTelling[] = {
     {"add-real", "add-real value=60.5"},
     {"sub", "sub value=60"},
     {"sub-real", "sub-real value=60.5"},
-    {"fill", "fill rect=100,60,260,180 value=0 third=255"},
+    {"fill", "fill rect=10,10,160,130 value=0 third=255"},
     {"replace", "gray threshold level=128 rgb replace find=0 write=160 write2=60 write3=0"},
     {"lines", "sobel threshold level=200 lines"},
     {"drawlines", "sobel threshold level=200 drawlines"},

@@ -54,6 +54,15 @@ TEST_F(Gallery, showsEveryOperation) {
   for (const auto& operation : catalogue::operations()) EXPECT_TRUE(shown.contains(operation.name)) << operation.name;
 }
 
+TEST_F(Gallery, showsEveryOperationOnASmallPicture) {
+  const std::string path = folder() + "small";
+  const CPxImage small(CM_RGB, 8, 24, 16);
+  writeImageFile(path + ".png", {&small, 1});
+  const Outcome outcome = tool("gallery " + path + ".png -o " + path);
+  EXPECT_EQ(outcome.code, 0) << outcome.errors;
+  EXPECT_EQ(outcome.out.find("not shown"), std::string::npos) << outcome.out;
+}
+
 TEST_F(Gallery, needsNothingFromElsewhere) {
   const auto sources = all("src=\"([^\"]*)\"");
   EXPECT_GT(sources.size(), catalogue::operations().size());
