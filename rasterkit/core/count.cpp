@@ -46,7 +46,8 @@ class WordTally {
     std::uint8_t* low;
     std::uint32_t* rest;
     void add(std::uint16_t value, std::size_t) const {
-      if (++low[value] == 0) rest[value] += 256;
+      if (++low[value] == 0) [[unlikely]]
+        rest[value] += 256;
     }
     void addSeveral(std::uint16_t value, std::uint32_t count) const { rest[value] += count; }
   };
@@ -59,8 +60,9 @@ class WordTally {
   std::vector<std::uint32_t> rest_ = std::vector<std::uint32_t>(65536);
 };
 
-// Tells the tally n values that stand side by side, eight bytes of equal ones at once.
-template <class Value, class Tally>
+// Tells the tally n values that stand side by side, eight bytes of equal ones at once. Pairs are not asked whether they
+// are equal: a counter is raised again half as often as it is, so that this costs more than it saves.
+template <class Value, bool arePairs = false, class Tally>
 void tallyRow(const void* row, std::size_t n, Tally& tally) {
   constexpr std::size_t kAtOnce = 8 / sizeof(Value);
   const auto counters = tally.counters();
@@ -73,7 +75,7 @@ void tallyRow(const void* row, std::size_t n, Tally& tally) {
   for (; n >= kAtOnce; n -= kAtOnce, bytes += 8) {
     std::uint64_t values;
     std::memcpy(&values, bytes, sizeof values);
-    if (values == std::rotl(values, 8 * int{sizeof(Value)})) {
+    if (!arePairs && values == std::rotl(values, 8 * int{sizeof(Value)})) {
       counters.addSeveral(value(0), kAtOnce);
       continue;
     }
@@ -121,7 +123,7 @@ void countValues(View<const std::uint8_t> in, int channel, std::uint32_t* counts
   ByteTally bytes;
   for (int y = 0; y < in.height; ++y) {
     const std::uint8_t* const row = rows[y];
-    if (pairs) tallyRow<std::uint16_t>(row, paired / 2, *pairs);
+    if (pairs) tallyRow<std::uint16_t, true>(row, paired / 2, *pairs);
     tallyRow<std::uint8_t>(row + paired, width - paired, bytes);
   }
 
