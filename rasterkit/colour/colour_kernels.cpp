@@ -16,7 +16,8 @@ void mapPixels(const In* in, Out* out, size_t n, Map map) {
     for (int c = 0; c < used; ++c) out[i * outStep + c] = map(in[i * inStep + c]);
 }
 
-// out = map(in) for the samples used of each pixel. The frequent steps are constants, so that the loops vectorise.
+// out = map(in) for the samples used of each pixel: all of them, three or one. The frequent steps are constants, so
+// that the loops vectorise.
 template <class In, class Out, class Map>
 void mapSamples(const In* in, Out* out, Steps steps, size_t n, Map map) {
   if (steps.in == steps.used && steps.out == steps.used) {
@@ -26,13 +27,10 @@ void mapSamples(const In* in, Out* out, Steps steps, size_t n, Map map) {
     if (steps.in == 4 && steps.out == 4) return mapPixels<4, 4, 3>(in, out, n, map);
     if (steps.in == 4) return mapPixels<4, 3, 3>(in, out, n, map);
     return mapPixels<3, 4, 3>(in, out, n, map);
-  } else if (steps.used == 1 && steps.in == 2 && steps.out == 1) {
+  } else if (steps.in == 2 && steps.out == 1) {
     mapPixels<2, 1, 1>(in, out, n, map);
-  } else {
-    for (int c = 0; c < steps.used; ++c)
-      for (size_t i = 0; i < n; ++i)
-        out[i * static_cast<size_t>(steps.out) + static_cast<size_t>(c)] =
-            map(in[i * static_cast<size_t>(steps.in) + static_cast<size_t>(c)]);
+  } else {  // one sample of each pixel
+    for (size_t i = 0; i < n; ++i) out[i * static_cast<size_t>(steps.out)] = map(in[i * static_cast<size_t>(steps.in)]);
   }
 }
 

@@ -9,6 +9,7 @@
 namespace rasterkit {
 
 // From pixels of `in` samples to pixels of `out` samples: the first `used` samples of each; the others of out stay.
+// Where in and out are not both `used`, that is 3 (in and out are 3 or 4) or 1; for tables any.
 struct Steps {
   int in;
   int out;
