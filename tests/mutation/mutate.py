@@ -2,9 +2,10 @@
 """Changes row kernels in one small place at a time and counts how many changes the tests notice.
 
 Works on a copy of the tree in build/mutation. Of it only the library is built, for the lowest and the highest processor level
-and the single features that this processor has; the test programs of build/release run with it. A change is caught when random
-draws or a test fail, crash or take ten times as long. One that does not compile is none, and neither is one from which the
-compiler makes the same library: of code for another processor, or of a number without consequence.
+and the single features that this processor has, and so that undefined behaviour stops it, as under the sanitizers of ./dev check;
+the test programs of build/release run with it. A change is caught when random draws or a test fail, crash or take ten times as
+long. One that does not compile is none, and neither is one from which the compiler makes the same library: of code for another
+processor, or of a number without consequence.
 
 Prints every change that nothing noticed, and two figures: with and without the changes that equivalent.txt beside this file
 says make no difference, and why.
@@ -83,14 +84,6 @@ def equivalents():
     return known
 
 
-def run(*command, timeout):
-    environment = os.environ | {"LD_LIBRARY_PATH": str(BUILD)}
-    try:
-        return subprocess.run(command, timeout=timeout, capture_output=True, env=environment).returncode
-    except subprocess.TimeoutExpired:
-        return -1
-
-
 def library():
     return hashlib.sha256((BUILD / "librasterkit.so").read_bytes()).digest()
 
@@ -116,7 +109,8 @@ def build(jobs):
 def prepare(jobs):
     copy_tree()
     subprocess.run(
-        ["cmake", "-G", "Ninja", "-S", TREE, "-B", BUILD, "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1",
+        ["cmake", "-G", "Ninja", "-S", TREE, "-B", BUILD, "-DCMAKE_BUILD_TYPE=None",
+         "-DCMAKE_CXX_FLAGS=-O1 -fsanitize=undefined -fno-sanitize=vptr -fsanitize-undefined-trap-on-error",
          "-DRASTERKIT_LEVELS=baseline;v4", "-DRASTERKIT_TOOLS=OFF", "-DRASTERKIT_TESTS=OFF"],
         check=True, capture_output=True)
     built = build(jobs)
@@ -124,28 +118,52 @@ def prepare(jobs):
         sys.exit(built.stdout[-4000:])
 
 
-# The quickest first: most changes are noticed within a few draws.
+# The quickest first: most changes are noticed within a few draws. Each in as many parts at once as there are jobs.
 CHECKS = {
-    "draws": [PROGRAMS / "fuzz/rasterkit_draws", "100000"],
-    "tests": [PROGRAMS / "rasterkit_tests", "--gtest_brief=1", "--gtest_fail_fast"],
+    "draws": lambda part, parts: [PROGRAMS / "fuzz/rasterkit_draws", str(100000 // parts), str(part + 1)],
+    "tests": lambda part, parts: [PROGRAMS / "rasterkit_tests", "--gtest_brief=1", "--gtest_fail_fast"],
 }
 
 
-def usual_times():
+def passes(check, jobs, timeout):
+    """Ends with the first part that fails."""
+    until = time.monotonic() + timeout
+    parts = []
+    for part in range(jobs):
+        environment = {"LD_LIBRARY_PATH": str(BUILD), "GTEST_TOTAL_SHARDS": str(jobs), "GTEST_SHARD_INDEX": str(part)}
+        parts.append(subprocess.Popen(CHECKS[check](part, jobs), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                                      env=os.environ | environment))
+    try:
+        while time.monotonic() < until:
+            states = [part.poll() for part in parts]
+            if any(states):
+                return False
+            if None not in states:
+                return True
+            time.sleep(0.01)
+        return False
+    finally:
+        for part in parts:
+            part.kill()
+            part.wait()
+
+
+def usual_times(jobs):
     """How long each check takes without any change, in seconds."""
     times = {}
-    for name, command in CHECKS.items():
+    for check in CHECKS:
         started = time.monotonic()
-        if run(*command, timeout=3600):
-            sys.exit(f"the {name} fail without any change")
-        times[name] = time.monotonic() - started
+        if not passes(check, jobs, timeout=3600):
+            sys.exit(f"the {check} fail without any change")
+        times[check] = time.monotonic() - started
+        print(f"{check} without any change: {times[check]:.0f} s", flush=True)
     return times
 
 
-def noticed(times):
-    for name, command in CHECKS.items():
-        if run(*command, timeout=60 + 10 * times[name]):
-            return name
+def noticed(times, jobs):
+    for check, usual in times.items():
+        if not passes(check, jobs, timeout=60 + 10 * usual):
+            return check
     return None
 
 
@@ -168,7 +186,7 @@ def main():
     known = equivalents()
     prepare(options.jobs)
     unchanged = library()
-    times = usual_times()
+    times = usual_times(options.jobs)
     # As many from each file: the large ones would have them all.
     generator = random.Random(options.seed)
     pools = []
@@ -197,7 +215,7 @@ def main():
         try:
             if build(options.jobs).returncode or library() == unchanged:
                 continue
-            how = noticed(times)
+            how = noticed(times, options.jobs)
         finally:
             path.write_text(original)
         place = f"{path.relative_to(TREE)}:{number + 1}"
