@@ -91,7 +91,7 @@ void weigh(const uint32_t* share, uint16_t* weight, uint8_t* stands, size_t n) {
     }
     for (size_t i = 0; i < count; ++i) {
       const uint32_t whole = d[i] >> 16;
-      const bool upper = !low[i] && high[i] && whole < 65535;
+      const bool upper = !low[i] && high[i];  // never where whole is 65535: d[i] + above is then 2^32
       weight[start + i] = static_cast<uint16_t>(whole + upper);
       stands[start + i] = static_cast<uint8_t>(low[i] || upper);
     }

@@ -238,6 +238,18 @@ TEST(RemoveRandomNoise, truncatesTheTotalOfFloatsAfterEveryDifference) {
   EXPECT_FALSE(replaced(grayFloat({{1, -0.5, 0.125}, {0.125, 0, 0.125}, {0.125, 0.125, 0.125}}), 0));
 }
 
+// Their sums tell nothing as long as they stay below the threshold and 8: all of a row is then judged one by one.
+TEST(RemoveRandomNoise, fractionsBelowOneAddUpToNothing) {
+  Random random(8);
+  for (const COLOR_MODEL model : {CM_GRAY, CM_RGB, CM_RGBA}) {
+    CPxImage image(model, 32, 700, 5);
+    for (int y = 0; y < image.height; ++y)
+      for (int x = 0; x < image.width; ++x)
+        for (int c = 0; c < image.channels; ++c) setSample(image, x, y, c, random.fraction() * 0.99);
+    for (const int threshold : {0, 3}) EXPECT_FALSE(replaced(image, threshold));
+  }
+}
+
 TEST(RemoveRandomNoise, totalsOfFloatsThatNoIntegerHoldsAreTheLeastOne) {
   EXPECT_TRUE(replaced(spot(32, 1, kNan), INT_MAX));
   EXPECT_TRUE(replaced(spot(32, 1, kInfinity), INT_MAX));

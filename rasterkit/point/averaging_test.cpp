@@ -47,11 +47,11 @@ TEST(Averaging, copiesOneImageWhole) {
 
 // Single precision holds whole numbers to 2^24: a sum beyond it loses its last bit, and the order can be seen.
 TEST(Averaging, addsInSinglePrecisionInTheCollectionsOrder) {
-  const int count = 300;
+  const int count = 400;
   CPxImage bright = gray16({{65535, 0}, {0, 0}}), dark = gray16({{1, 0}, {0, 0}}), dst;
   CPxImageArray brightFirst, darkFirst;
   for (int i = 0; i < count; ++i) brightFirst.Add(i < 260 ? &bright : &dark);
-  for (int i = 0; i < count; ++i) darkFirst.Add(i < 40 ? &dark : &bright);
+  for (int i = 0; i < count; ++i) darkFirst.Add(i < 140 ? &dark : &bright);
   auto mean = [&](CPxImageArray& images) {
     EXPECT_EQ(CPxAveraging(&images).AveragingAverage(dst), 1);
     return sampleAt(dst, 0, 0);
@@ -61,9 +61,20 @@ TEST(Averaging, addsInSinglePrecisionInTheCollectionsOrder) {
     for (int i = 0; i < count; ++i) sum += static_cast<float>(sampleAt(*images.GetAt(i), 0, 0));
     return sum;
   };
-  EXPECT_NE(expected(brightFirst), expected(darkFirst));
+  EXPECT_NE(mean(brightFirst), mean(darkFirst));
   EXPECT_EQ(mean(brightFirst), static_cast<int>(1.0F / count * expected(brightFirst)));
   EXPECT_EQ(mean(darkFirst), static_cast<int>(1.0F / count * expected(darkFirst)));
+
+  const int many = 65799;  // of bytes
+  CPxImage white = gray8({{255, 0}, {0, 0}});
+  CPxImageArray whites;
+  float sum = 0;
+  for (int i = 0; i < many; ++i) {
+    whites.Add(&white);
+    sum += 255;
+  }
+  EXPECT_NE(static_cast<int>(1.0F / many * sum), static_cast<int>(1.0F / many * (255.0F * many)));
+  EXPECT_EQ(mean(whites), static_cast<int>(1.0F / many * sum));
 }
 
 TEST(Averaging, sumsOfEveryLengthAreExactBelowThat) {

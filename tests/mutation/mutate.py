@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Changes row kernels in one small place at a time and counts how many changes the tests notice.
 
-Works on a copy of the tree in build/mutation. Of it only the library is built, for the lowest and the highest processor level
-and the single features that this processor has, and so that undefined behaviour stops it, as under the sanitizers of ./dev check;
-the test programs of build/release run with it. A change is caught when random draws or a test fail, crash or take ten times as
-long. One that does not compile is none, and neither is one from which the compiler makes the same library: of code for another
-processor, or of a number without consequence.
+Works on a copy of the tree in build/mutation. Of it only the library and the tests of its internals are built, for the lowest and
+the highest processor level and the single features that this processor has, and so that undefined behaviour stops them, as under
+the sanitizers of ./dev check. The other test programs of build/release run with that library. A change is caught when random draws
+or a test fail, crash or take ten times as long. One that does not compile is none, and neither is one from which the compiler makes
+the same library: of code for another processor, or of a number without consequence.
 
 Prints every change that nothing noticed, and two figures: with and without the changes that equivalent.txt beside this file
 says make no difference, and why.
@@ -91,6 +91,9 @@ def library():
 def copy_tree():
     TREE.mkdir(parents=True, exist_ok=True)
     names = subprocess.run(["git", "ls-files"], cwd=ROOT, check=True, capture_output=True, text=True).stdout.split("\n")
+    for old in TREE.rglob("*"):
+        if old.is_file() and str(old.relative_to(TREE)) not in names:
+            old.unlink()
     for name in filter(None, names):
         source, target = ROOT / name, TREE / name
         if not source.is_file():
@@ -101,8 +104,8 @@ def copy_tree():
         shutil.copyfile(source, target)
 
 
-def build(jobs):
-    command = ["cmake", "--build", BUILD, "-j", str(jobs), "--target", "rasterkit_shared"]
+def build(jobs, target="rasterkit_shared"):
+    command = ["cmake", "--build", BUILD, "-j", str(jobs), "--target", target]
     return subprocess.run(command, capture_output=True, text=True)
 
 
@@ -111,22 +114,26 @@ def prepare(jobs):
     subprocess.run(
         ["cmake", "-G", "Ninja", "-S", TREE, "-B", BUILD, "-DCMAKE_BUILD_TYPE=None",
          "-DCMAKE_CXX_FLAGS=-O1 -fsanitize=undefined -fno-sanitize=vptr -fsanitize-undefined-trap-on-error",
-         "-DRASTERKIT_LEVELS=baseline;v4", "-DRASTERKIT_TOOLS=OFF", "-DRASTERKIT_TESTS=OFF"],
+         "-DRASTERKIT_LEVELS=baseline;v4", "-DRASTERKIT_TOOLS=OFF", "-DRASTERKIT_TESTS=ON"],
         check=True, capture_output=True)
     built = build(jobs)
     if built.returncode:
         sys.exit(built.stdout[-4000:])
 
 
-# The quickest first: most changes are noticed within a few draws. Each in as many parts at once as there are jobs.
+# The quickest first: most changes are noticed within a few draws. Each in as many parts at once as there are jobs. What is
+# not exported is linked into its tests, so these are built anew for each change that comes so far.
 CHECKS = {
     "draws": lambda part, parts: [PROGRAMS / "fuzz/rasterkit_draws", str(100000 // parts), str(part + 1)],
+    "internal tests": lambda part, parts: [BUILD / "tests/rasterkit_internal_tests", "--gtest_brief=1", "--gtest_fail_fast"],
     "tests": lambda part, parts: [PROGRAMS / "rasterkit_tests", "--gtest_brief=1", "--gtest_fail_fast"],
 }
 
 
 def passes(check, jobs, timeout):
     """Ends with the first part that fails."""
+    if check == "internal tests" and build(jobs, "rasterkit_internal_tests").returncode:
+        return False
     until = time.monotonic() + timeout
     parts = []
     for part in range(jobs):
@@ -187,12 +194,11 @@ def main():
     prepare(options.jobs)
     unchanged = library()
     times = usual_times(options.jobs)
-    # As many from each file: the large ones would have them all.
-    generator = random.Random(options.seed)
+    # As many from each file: the large ones would have them all. Each with its own choice, whatever becomes of the others.
     pools = []
     for path in kernel_files(options.only):
         pool = list(candidates(path))
-        generator.shuffle(pool)
+        random.Random(f"{options.seed} {path.name}").shuffle(pool)
         pools.append(pool)
 
     caught = 0
