@@ -572,15 +572,15 @@ TEST(HoughDetect, clipsVerticalLinesOutsideTheImageToRowsBeyondAllOfThem) {
   transform.Direct();
   auto* const line = new CPxHoughLine;
   line->theta = 180;
-  for (DWORD cell = 4; cell < 9; ++cell) line->rhos.Add(cell);
+  for (DWORD cell = 3; cell < 9; ++cell) line->rhos.Add(cell);
   transform.GetLineArray().Add(line);
   transform.SetLineInfo();
   constexpr int kBeyond = INT_MIN + 3;  // 3 less the least integer, wrapped
-  const CPoint first[] = {{0, 0}, {0, 0}, {1, 0}, {2, 0}, {2, kBeyond}};
-  const CPoint second[] = {{0, kBeyond}, {0, 3}, {1, 3}, {2, 3}, {2, kBeyond}};
-  for (int k = 0; k < 5; ++k) {
-    EXPECT_EQ(line->firstPoints[k], first[k]) << "distance " << k - 1;
-    EXPECT_EQ(line->secondPoints[k], second[k]) << "distance " << k - 1;
+  const CPoint first[] = {{0, kBeyond}, {0, 0}, {0, 0}, {1, 0}, {2, 0}, {2, kBeyond}};
+  const CPoint second[] = {{0, kBeyond}, {0, kBeyond}, {0, 3}, {1, 3}, {2, 3}, {2, kBeyond}};
+  for (int k = 0; k < 6; ++k) {
+    EXPECT_EQ(line->firstPoints[k], first[k]) << "distance " << k - 2;
+    EXPECT_EQ(line->secondPoints[k], second[k]) << "distance " << k - 2;
   }
 }
 

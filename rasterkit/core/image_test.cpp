@@ -237,6 +237,18 @@ TEST(Palette, grayRampRunsFromBlackToWhite) {
   EXPECT_EQ(none.GetPalette(), nullptr);
 }
 
+TEST(Palette, copiesAreDeep) {
+  CPxPalette palette(2);
+  palette.GetPaletteItem(1)->red = 7;
+  CPxPalette copy = palette;
+  palette.GetPaletteItem(1)->red = 9;
+  ASSERT_EQ(copy.GetPaletteNum(), 2);
+  EXPECT_EQ(copy.GetPaletteItem(1)->red, 7);
+  palette = copy;
+  copy.GetPaletteItem(1)->red = 8;
+  EXPECT_EQ(palette.GetPaletteItem(1)->red, 7);
+}
+
 TEST(Palette, itemsOutsideAreNullAndNewOnesAreZero) {
   CPxPalette palette(2);
   EXPECT_EQ(palette.GetPaletteItem(-1), nullptr);

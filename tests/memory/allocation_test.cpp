@@ -274,6 +274,25 @@ TEST(WithoutMemoryBitmap, isExchangedWhollyOrNot) {
   });
 }
 
+// Where the colours cannot be counted the halftone palette serves, as long as there is memory for it.
+TEST(WithoutMemoryPalette, isTheHalftonePaletteOrNone) {
+  const auto block = BitmapMaker{.width = 1, .height = 1, .bits = 24, .data = {8, 4, 16, 0}}.block();
+  CPxPalette palette;
+  int halftones = 0;
+  const auto make = [&] { bitmapPalette(block.data(), block.size(), palette); };
+  const auto check = [&](bool stopped) {
+    ASSERT_EQ(palette.GetPaletteNum(), stopped ? 0 : 256);
+    if (stopped) return;
+    EXPECT_EQ(palette.GetPaletteItem(1)->blue, 51);
+    EXPECT_EQ(palette.GetPaletteItem(215)->red, 255);
+    ++halftones;
+  };
+  whereverMemoryEnds(make, check, [&] { palette = CPxPalette(); });
+  EXPECT_GT(halftones, 0);
+  make();
+  EXPECT_EQ(palette.GetPaletteItem(0)->blue, 8);
+}
+
 TEST(WithoutMemoryClipboard, keepsItsBlockOrTakesTheNewOne) {
   CPxImage first = gray8({{1, 2}, {3, 4}}), second = rgb8({{1, 2, 3}});
   ASSERT_EQ(CPxMiscProcessing(&first).CopyToClipboard(nullptr), 1);
