@@ -5,6 +5,7 @@
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "tests/support/picture.h"
 
@@ -238,6 +239,17 @@ TEST(RemoveRandomNoise, truncatesTheTotalOfFloatsAfterEveryDifference) {
   EXPECT_FALSE(replaced(grayFloat({{1, -0.5, 0.125}, {0.125, 0, 0.125}, {0.125, 0.125, 0.125}}), 0));
 }
 
+// Of the four rows that two are judged by, any may be the one that is not whole.
+TEST(RemoveRandomNoise, fractionsInOneRowAreTruncatedToo) {
+  for (const auto& [centre, row] : {std::pair{1, 0}, {1, 2}, {2, 1}, {2, 3}}) {
+    CPxImage image(CM_GRAY, 32, 3, 4);
+    for (int x = 0; x < 3; ++x) setSample(image, x, row, 0, 0.75);
+    setSample(image, 1, centre, 0, 1);  // five differences of 1; the three quarters are lost
+    EXPECT_FALSE(replaced(image, 5)) << row;
+    EXPECT_TRUE(replaced(image, 4)) << row;
+  }
+}
+
 // Their sums tell nothing as long as they stay below the threshold and 8: all of a row is then judged one by one.
 TEST(RemoveRandomNoise, fractionsBelowOneAddUpToNothing) {
   Random random(8);
@@ -257,6 +269,10 @@ TEST(RemoveRandomNoise, totalsOfFloatsThatNoIntegerHoldsAreTheLeastOne) {
   EXPECT_TRUE(replaced(spot(32, 0, 3e9), 852516351));
   EXPECT_FALSE(replaced(spot(32, 0, 3e9), 852516352));
   EXPECT_TRUE(replaced(spot(32, 1, -3e9), INT_MAX));
+  // Three and three times in turns, where the columns are even.
+  const Table stripe(4, {0, 3e9, 0});
+  EXPECT_TRUE(replaced(grayFloat(stripe), 852516351));
+  EXPECT_FALSE(replaced(grayFloat(stripe), 852516352));
   // A neighbour before the last leaves -2147483648 behind, to which the rest is added.
   EXPECT_FALSE(replaced(grayFloat({{3e9, 0, 0}, {0, 1, 0}, {0, 0, 0}}), INT_MAX));
   EXPECT_FALSE(replaced(grayFloat({{3e9, 0, 0}, {0, 1, 0}, {0, 0, 0}}), 2147483641));
