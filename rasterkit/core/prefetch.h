@@ -13,9 +13,4 @@ inline void fetchAhead(const void* from, std::size_t bytes) {
   for (std::size_t i = 0; i < bytes; i += line) __builtin_prefetch(first + i, 0, 2);
 }
 
-// A piece's beginning alone, from where the processor fetches ahead by itself. Where several rows are read and written
-// at a time that is enough, and asking for every line would hold up the others: the median of three channels took 9.6
-// ms with all of them, 6.5 to 7.2 ms with this (median_bench).
-inline void fetchBeginning(const void* from) { __builtin_prefetch(from, 0, 2); }
-
 }  // namespace rasterkit

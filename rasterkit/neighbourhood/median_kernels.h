@@ -7,17 +7,24 @@
 
 namespace rasterkit {
 
-// The two middle rows of four: all but the first and last of n samples' pixels, which are left as they are. There are
-// step samples a pixel, more of them than two pixels have, and at most so many besides the first and last pixel; they
-// may begin within a pixel. What is written is none of the rows that are read.
+// Where two rows are made from four, and where the next two will be: lines of those are asked for along the way, since
+// a whole row asked for at once would hold up everything else. What is written is none of the rows that are read.
+template <class S>
+struct RowPair {
+  const S* in[4];
+  S* out[2];
+  const S* nextIn[2];
+  const S* nextOut[2];
+};
+
+// All but the first and last pixel of rows of n samples, which are left as they are; step samples are a pixel, and
+// there are more than two pixels.
 template <class S>
 struct MedianRows {
-  static constexpr size_t most = 512;
-
   // The medians of 3 x 3 samples.
-  void (*median)(const S* const* rows, S* const* out, size_t n, size_t step);
+  void (*median)(const RowPair<S>& rows, size_t n, size_t step);
   // The same where a sample stands out from its eight neighbours by more than the threshold, else the sample.
-  void (*removeNoise)(const S* const* rows, S* const* out, size_t n, size_t step, int threshold);
+  void (*removeNoise)(const RowPair<S>& rows, size_t n, size_t step, int threshold);
 };
 
 struct MedianKernels {

@@ -1,11 +1,18 @@
+#include <rasterkit/core/levels.h>
 #include <rasterkit/neighbourhood/filter.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <climits>
 #include <cmath>
+#include <compare>
+#include <functional>
 #include <limits>
 #include <utility>
+#include <vector>
 
 #include "tests/support/picture.h"
 
@@ -151,6 +158,58 @@ TEST(Median, longRowsAreMadeAsTheirParts) {
             }
       }
     }
+}
+
+// Each piece of a row takes the way that suits its floats: plain ones, some with -0, whole ones, broken ones between 0
+// and 1, of which all are in doubt, and some with NaN or too large for any doubt.
+TEST(RemoveRandomNoise, floatsOfEveryKindStandSideBySide) {
+  Random random(7);
+  CPxImage image(CM_GRAY, 32, 2000, 6);
+  const auto kinds = std::array<std::function<double()>, 7>{
+      [&] { return random.between(0, 90) + random.fraction(); },
+      [&] { return random.between(-50, 50) + random.fraction(); },
+      [&] { return random.oneIn(3) ? -0.0 : random.between(0, 1) * random.fraction() * 9; },
+      [&] { return double(random.between(-99, 99)); },
+      [&] { return random.fraction(); },
+      [&] { return random.oneIn(9) ? std::copysign(kNan, random.between(-1, 0)) : random.fraction() * 100; },
+      [&] { return random.oneIn(9) ? 3e9 : random.between(-9, 9) * 0.25; },
+  };
+  for (int x = 0; x < image.width; ++x)
+    for (int y = 0; y < image.height; ++y) setSample(image, x, y, 0, kinds[x / 130 % 7]());
+  const auto bitsAt = [](const CPxImage& of, int x, int y) {
+    return std::bit_cast<std::uint32_t>(static_cast<float>(sampleAt(of, x, y, 0)));
+  };
+
+  // What is expected: of each sample the middle of the nine, and how far it stands out.
+  std::vector<std::uint32_t> middles;
+  std::vector<std::int64_t> magnitudes;
+  for (int y = 1; y + 1 < image.height; ++y)
+    for (int x = 1; x + 1 < image.width; ++x) {
+      std::vector<float> nine;
+      std::int32_t total = 0;
+      for (int j = -1; j <= 1; ++j)
+        for (int i = -1; i <= 1; ++i) {
+          nine.push_back(static_cast<float>(sampleAt(image, x + i, y + j, 0)));
+          const double sum = total + (sampleAt(image, x, y, 0) - sampleAt(image, x + i, y + j, 0));
+          if (i != 0 || j != 0) total = std::abs(sum) < 2147483648.0 ? static_cast<std::int32_t>(sum) : INT_MIN;
+        }
+      std::ranges::sort(nine, [](float a, float b) { return std::strong_order(a, b) < 0; });
+      middles.push_back(std::bit_cast<std::uint32_t>(nine[4]));
+      magnitudes.push_back(std::abs(std::int64_t{total}));
+    }
+
+  for (const char* const level : {"baseline", "v2", "v3", "v4", "best"}) {
+    if (!useLevel(level)) continue;
+    for (const int threshold : {-1, 0, 3, 40, 300}) {
+      const CPxImage result = withoutNoise(image, threshold);
+      std::size_t i = 0;
+      for (int y = 1; y + 1 < image.height; ++y)
+        for (int x = 1; x + 1 < image.width; ++x, ++i)
+          ASSERT_EQ(bitsAt(result, x, y), magnitudes[i] > threshold ? middles[i] : bitsAt(image, x, y))
+              << x << ", " << y << " at " << threshold << ", " << level;
+    }
+  }
+  useLevel("best");
 }
 
 TEST(RemoveRandomNoise, replacesWhatStandsOut) {
