@@ -188,8 +188,9 @@ class SquareExtrema {
 
   // Writes row y, for y = 0, 1, 2 ... Rows up to y + down must be there to be read.
   void pick(int y) {
-    // A part of a row goes all the way while it is in the nearest cache: 3072 bytes, a whole number of pixels.
-    constexpr std::size_t part = 3072 / sizeof(S);
+    // A part of a row goes all the way while it is in the nearest cache: 768 bytes, a whole number of pixels. Of longer
+    // parts so many lines would be asked for at once that everything else waits for them.
+    constexpr std::size_t part = 768 / sizeof(S);
     const std::size_t n = in_.samples();
     Joining<S> joining{.line = line_.data(),
                        .side = side_,
@@ -203,8 +204,8 @@ class SquareExtrema {
     for (std::size_t at = 0; at < n; at += part) {
       const std::size_t count = std::min(part, n - at);
       if (y + down_ + 1 < in_.height) fetchAhead(in_.row(y + down_ + 1) + at, count * sizeof(S));
-      if (y + 1 < in_.height) fetchAhead(out_.row(y + 1) + at, count * sizeof(S));
       columns_.fill(at, count, line_.data() + margin_ + at);
+      if (y + 1 < in_.height) fetchAhead(out_.row(y + 1) + at, count * sizeof(S));
       const bool last = at + count == n;
       rows_.across(joining, margin_ + at + count + (last ? margin_ : 0), last);
     }
