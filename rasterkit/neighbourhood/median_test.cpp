@@ -332,6 +332,13 @@ TEST(RemoveRandomNoise, totalsOfFloatsThatNoIntegerHoldsAreTheLeastOne) {
   const Table stripe(4, {0, 3e9, 0});
   EXPECT_TRUE(replaced(grayFloat(stripe), 852516351));
   EXPECT_FALSE(replaced(grayFloat(stripe), 852516352));
+  // Twice, beside a sample of 1; its other differences are 1.
+  const CPxImage below = grayFloat({{-3e9, -3e9, 0}, {-3e9, -3e9, 0}, {0, 1, 0}, {0, 0, 0}});
+  EXPECT_EQ(sampleAt(withoutNoise(below, 852516358), 1, 2), 0);
+  EXPECT_EQ(sampleAt(withoutNoise(below, 852516359), 1, 2), 1);
+  const CPxImage above = grayFloat({{0, 0, 0}, {0, 1, 0}, {-3e9, -3e9, 0}, {-3e9, -3e9, 0}});
+  EXPECT_EQ(sampleAt(withoutNoise(above, 852516353), 1, 1), 0);
+  EXPECT_EQ(sampleAt(withoutNoise(above, 852516354), 1, 1), 1);
   // A neighbour before the last leaves -2147483648 behind, to which the rest is added.
   EXPECT_FALSE(replaced(grayFloat({{3e9, 0, 0}, {0, 1, 0}, {0, 0, 0}}), INT_MAX));
   EXPECT_FALSE(replaced(grayFloat({{3e9, 0, 0}, {0, 1, 0}, {0, 0, 0}}), 2147483641));
