@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Changes row kernels in one small place at a time and counts how many changes the tests notice.
 
-Works on a copy of the tree in build/mutation. Of it only the library and the tests of its internals are built, for the lowest and
-the highest processor level and the single features that this processor has, and so that undefined behaviour stops them, as under
-the sanitizers of ./dev check. The other test programs of build/release run with that library. A change is caught when random draws
-or a test fail, crash or take ten times as long. One that does not compile is none, and neither is one from which the compiler makes
-the same library: of code for another processor, or of a number without consequence.
+Works on a copy of the tree in build/mutation. Of it only the library and the tests of its internals are built, for the lowest
+and the highest processor level and the single features that this processor has, and so that undefined behaviour stops them, as
+under the sanitizers of ./dev check. The other test programs of build/release run with that library. A change is caught when
+random draws or a test fail, crash or take five times as long and a minute. One that does not compile is none, and neither is
+one from which the compiler makes the same library: of code for another processor, or of a number without consequence.
 
 Prints every change that nothing noticed, and two figures: with and without the changes that equivalent.txt beside this file
 says make no difference, and why.
@@ -169,7 +169,7 @@ def usual_times(jobs):
 
 def noticed(times, jobs):
     for check, usual in times.items():
-        if not passes(check, jobs, timeout=60 + 10 * usual):
+        if not passes(check, jobs, timeout=60 + 5 * usual):
             return check
     return None
 
