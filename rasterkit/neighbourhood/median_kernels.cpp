@@ -5,8 +5,15 @@
 namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
 
+#if defined(__AVX512F__)
+constexpr size_t kVector = 64;
+#else
+constexpr size_t kVector = 32;  // or two of 16: longer stretches would not be unrolled
+#endif
 template <class S>
-constexpr size_t kLanes = 64 / sizeof(S);  // samples in the widest vector, and in a line of the cache
+constexpr size_t kLanes = kVector / sizeof(S);  // samples in a vector
+template <class S>
+constexpr size_t kLine = 64 / sizeof(S);  // and in a line of the cache
 
 // Ways to compare samples, by keys. take sees the four samples of a column that two rows share; suits tells whether the
 // way is right for all it has seen.
@@ -164,7 +171,7 @@ template <size_t lanes, class S, class F, template <class> class Fetching>
 [[gnu::always_inline]] inline void inVectors(size_t count, Fetching<S> fetching, F each) {
   size_t at = 0;
   for (; at + lanes <= count; at += lanes) {
-    for (size_t i = 0; i < lanes; i += kLanes<S>) fetching.fetch(at + i);
+    for (size_t i = 0; i < lanes; i += kLine<S>) fetching.fetch(at + i);
     for (size_t lane = 0; lane < lanes; ++lane) each(at + lane, lane);
   }
   for (; at < count; ++at) each(at, 0);
@@ -181,7 +188,7 @@ inline void overlapping(size_t n, F f) {
 
 // Room for the samples that are looked at for a piece: whole lines.
 template <class S>
-constexpr size_t kMost = kPiece<S> + kLanes<S>;
+constexpr size_t kMost = kPiece<S> + kLine<S>;
 
 // The sorted columns of two rows from some place on: of both rows the low, the middle and the high keys, so far after
 // one another. They are found from one pointer; loops would keep a pointer each, and there are not so many registers.
@@ -306,11 +313,11 @@ struct Differences {
 };
 
 // choice(row, i, difference, centre, median): what becomes of sample i of one row or the other.
-template <size_t step, class Order, class S, class Sum, class F>
+template <size_t step, size_t lanes, class Order, class S, class Sum, class F>
 [[gnu::noinline]] void choose(const S* __restrict first, const S* __restrict second, Later<S> fetching,
                               Columns<Order, S> columns, Differences<S, Sum> differences, S* __restrict outFirst,
                               S* __restrict outSecond, size_t count, F choice) {
-  inVectors<kLanes<uint8_t>, S>(count, fetching, [&](size_t i, size_t) {
+  inVectors<lanes, S>(count, fetching, [&](size_t i, size_t) {
     outFirst[i] = choice(0, i, differences.template at<step>(i), first[i + step], columns.template medianAt<step>(i));
     outSecond[i] = choice(1, i, differences.template at<step>(differences.lower + i), second[i + step],
                           columns.template medianAt<step>(columns.lower + i));
@@ -318,14 +325,15 @@ template <size_t step, class Order, class S, class Sum, class F>
 }
 
 // choiceFrom(from): such a choice whose i begins there.
-template <class Order, class S, class Sum, class F>
+template <size_t lanes, class Order, class S, class Sum, class F>
 inline void choose(const RowPair<S>& rows, size_t n, size_t step, Columns<Order, S> columns,
                    Differences<S, Sum> differences, F choiceFrom) {
   byStep(step, [&]<size_t step>(Step<step>) {
-    overlapping<kLanes<uint8_t>>(n - 2 * step, [&](size_t from, size_t count) {
-      choose<step>(rows.in[1] + from, rows.in[2] + from, Later<S>{rows.nextOut[0] + from, rows.nextOut[1] + from},
-                   Columns<Order, S>{columns.keys + from}, differences.from(from), rows.out[0] + step + from,
-                   rows.out[1] + step + from, count, choiceFrom(from));
+    overlapping<lanes>(n - 2 * step, [&](size_t from, size_t count) {
+      choose<step, lanes>(rows.in[1] + from, rows.in[2] + from,
+                          Later<S>{rows.nextOut[0] + from, rows.nextOut[1] + from},
+                          Columns<Order, S>{columns.keys + from}, differences.from(from), rows.out[0] + step + from,
+                          rows.out[1] + step + from, count, choiceFrom(from));
     });
   });
 }
@@ -336,10 +344,12 @@ struct SumOf;
 template <>
 struct SumOf<uint8_t> {
   using Type = uint16_t;
+  using Signed = int16_t;
 };
 template <>
 struct SumOf<uint16_t> {
   using Type = uint32_t;
+  using Signed = int32_t;
 };
 
 // Of a piece; the threshold is not negative.
@@ -352,11 +362,15 @@ void denoise(const RowPair<S>& rows, size_t n, size_t step, int threshold) {
   const Differences<S, Sum> differences{sums};
   WholeNumbers order;
   sortColumns(rows, n, columns, order, differences);
-  const auto limit = static_cast<Sum>(least(threshold, 8 * static_cast<S>(-1))), both = static_cast<Sum>(2 * limit);
-  choose(rows, n, step, columns, differences, [=](size_t) {
+  // Neither below -limit nor above limit: moved to the least numbers of the type, one comparison tells both. It is a
+  // signed one, which processors without AVX-512 have.
+  using Signed = typename SumOf<S>::Signed;
+  constexpr auto half = static_cast<Sum>(static_cast<Sum>(-1) / 2 + 1);
+  const auto limit = static_cast<Sum>(least(threshold, 8 * static_cast<S>(-1)));
+  const auto shift = static_cast<Sum>(limit + half), most = static_cast<Sum>(2 * limit + half);
+  choose<kLanes<S>>(rows, n, step, columns, differences, [=](size_t) {
     return [=](int, size_t, Sum difference, S centre, S middle) {
-      // Neither below -limit nor above limit.
-      return static_cast<Sum>(difference + limit) <= both ? centre : middle;
+      return static_cast<Signed>(difference + shift) <= static_cast<Signed>(most) ? centre : middle;
     };
   });
 }
@@ -487,7 +501,7 @@ void tellApart(const RowPair<float>& rows, size_t n, size_t step, int limit, Dou
   const float margin = exact ? 0 : 9 + bound * 0x1p-16F;
   uint8_t doubts[2][kMost<float>];
   for (uint8_t* const some : doubts) __builtin_memset(some + count, 0, 8);
-  choose(rows, n, step, columns, differences, [=, &doubts](size_t from) {
+  choose<kLanes<uint8_t>>(rows, n, step, columns, differences, [=, &doubts](size_t from) {
     return [=, first = doubts[0] + from, second = doubts[1] + from](int row, size_t i, float difference, float centre,
                                                                     float middle) {
       const float beyond = __builtin_fabsf(difference) - static_cast<float>(limit);
