@@ -40,7 +40,7 @@ class RASTERKIT_API CPxFilter : public CPxConvolution {
   /// The outermost rows and columns keep the source's samples; an image of fewer than three of either is copied. Floats
   /// rank by IEEE 754 totalOrder: -0 before +0, NaN above infinity, or below -infinity with its sign set. The mask is
   /// not looked at.
-  /// cost     one pass, no memory; in place, memory for 4 rows.
+  /// cost     one pass, no memory (for a row, if the image has three); in place, for 4 rows.
   int Median(CPxImage& dst);
 
   /// The median where a sample stands out from its neighbours, else the sample: removes impulse noise, leaves the rest.

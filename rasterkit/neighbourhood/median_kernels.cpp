@@ -45,7 +45,8 @@ inline int32_t bitsOf(float sample) {
   return bits;
 }
 
-// Floats as they are. Without NaN and -0 that is the total order too: what compares equal has the same bits.
+// Floats as they are. Without NaN and -0 that is the total order too: what compares equal has the same bits. The bound
+// is there for noise; that there is no NaN is seen by it too.
 struct PlainOrder {
   int32_t leastBits[kLanes<float>];  // those of -0 are the least
   int32_t mostBits[kLanes<float>];   // of the sums of columns' magnitudes
@@ -111,15 +112,15 @@ inline K median(const Column<K>& a, const Column<K>& b, const Column<K>& c) {
 template <size_t>
 struct Step {};
 
-// f with the step as a constant: what is looked at around a sample is then found from one pointer, where a pointer each
-// would not fit the registers.
+// f with the step, which is 1 to 4, as a constant: what is looked at around a sample is then found from one pointer,
+// where a pointer each would not fit the registers.
 template <class F>
 inline void byStep(size_t step, F f) {
   switch (step) {
     case 1: return f(Step<1>());
     case 2: return f(Step<2>());
     case 3: return f(Step<3>());
-    case 4: return f(Step<4>());
+    default: return f(Step<4>());
   }
 }
 
@@ -199,6 +200,7 @@ struct Columns {
 
   K* __restrict keys;
 
+  Columns from(size_t i) const { return {keys + i}; }
   void put(size_t i, const Column<K>& column) const {
     keys[low + i] = column.low;
     keys[middle + i] = column.middle;
@@ -215,7 +217,7 @@ struct Columns {
 // Both rows share the comparison of the two samples in the middle of all four. order.take(above, first, second, below)
 // and also.take(i, the same) see the samples of each column while they are there.
 template <class Order, class S, class Also>
-[[gnu::noinline]] void sortColumns(const S* __restrict above, const S* __restrict first, const S* __restrict second,
+[[gnu::noinline]] void sortVectors(const S* __restrict above, const S* __restrict first, const S* __restrict second,
                                    const S* __restrict below, LaterAndNext<S> fetching, Columns<Order, S> columns,
                                    Order& __restrict order, Also also, size_t count) {
   Order seen = order;
@@ -233,9 +235,9 @@ template <class Order, class S, class Also>
 template <class Order, class S, class Also>
 inline void sortColumns(const RowPair<S>& rows, size_t n, Columns<Order, S> columns, Order& order, Also also) {
   overlapping<kLanes<S>>(n, [&](size_t from, size_t count) {
-    sortColumns(rows.in[0] + from, rows.in[1] + from, rows.in[2] + from, rows.in[3] + from,
+    sortVectors(rows.in[0] + from, rows.in[1] + from, rows.in[2] + from, rows.in[3] + from,
                 LaterAndNext<S>{{rows.nextIn[0] + from, rows.nextIn[1] + from}, rows.out[0] + from, rows.out[1] + from},
-                Columns<Order, S>{columns.keys + from}, order, also.from(from), count);
+                columns.from(from), order, also.from(from), count);
   });
 }
 
@@ -256,32 +258,38 @@ template <size_t step, class Order, class S>
 
 // Of a piece. Whether the order suits the samples; nothing is made otherwise.
 template <class Order, class S>
-bool makeMedians(const RowPair<S>& rows, size_t n, size_t step) {
+bool tryMedians(const RowPair<S>& rows, size_t n, size_t step) {
   alignas(64) typename Columns<Order, S>::K keys[Columns<Order, S>::size];
+  const Columns<Order, S> columns{keys};
   Order order;
-  sortColumns(rows, n, Columns<Order, S>{keys}, order, Nothing());
+  sortColumns(rows, n, columns, order, Nothing());
   if (!order.suits()) return false;
-  byStep(step, [&]<size_t step>(Step<step>) {
-    overlapping<kLanes<S>>(n - 2 * step, [&](size_t from, size_t count) {
-      pickMedians<step>(Columns<Order, S>{keys + from}, Later<S>{rows.nextOut[0] + from, rows.nextOut[1] + from},
-                        rows.out[0] + step + from, rows.out[1] + step + from, count);
+  byStep(step, [&]<size_t pixel>(Step<pixel>) {
+    overlapping<kLanes<S>>(n - 2 * pixel, [&](size_t from, size_t count) {
+      pickMedians<pixel>(columns.from(from), Later<S>{rows.nextOut[0] + from, rows.nextOut[1] + from},
+                         rows.out[0] + pixel + from, rows.out[1] + pixel + from, count);
     });
   });
   return true;
 }
 
 template <class S>
-void makeMedians(const RowPair<S>& rows, size_t n, size_t step) {
-  makeMedians<WholeNumbers>(rows, n, step);
-}
-template <>
-void makeMedians(const RowPair<float>& rows, size_t n, size_t step) {
-  if (!makeMedians<PlainOrder>(rows, n, step)) makeMedians<TotalOrder>(rows, n, step);
+void medianRows(const RowPair<S>& rows, size_t n, size_t step) {
+  byPieces(rows, n, step, [=](const RowPair<S>& piece, size_t count) { tryMedians<WholeNumbers>(piece, count, step); });
 }
 
-template <class S>
-void medianRows(const RowPair<S>& rows, size_t n, size_t step) {
-  byPieces(rows, n, step, [=](const RowPair<S>& piece, size_t count) { makeMedians(piece, count, step); });
+// Whether floats are compared exactly: a program may have told the processor to take denormal numbers for 0.
+bool areDenormalsCompared() {
+  const volatile float least = 0x1p-149F;
+  return least > 0;
+}
+
+template <>
+void medianRows(const RowPair<float>& rows, size_t n, size_t step) {
+  const bool plain = areDenormalsCompared();
+  byPieces(rows, n, step, [=](const RowPair<float>& piece, size_t count) {
+    if (!plain || !tryMedians<PlainOrder>(piece, count, step)) tryMedians<TotalOrder>(piece, count, step);
+  });
 }
 
 // Eight times a sample less its neighbours, of two rows from some place on, in two parts: what its own column gives,
@@ -314,9 +322,9 @@ struct Differences {
 
 // choice(row, i, difference, centre, median): what becomes of sample i of one row or the other.
 template <size_t step, size_t lanes, class Order, class S, class Sum, class F>
-[[gnu::noinline]] void choose(const S* __restrict first, const S* __restrict second, Later<S> fetching,
-                              Columns<Order, S> columns, Differences<S, Sum> differences, S* __restrict outFirst,
-                              S* __restrict outSecond, size_t count, F choice) {
+[[gnu::noinline]] void chooseVectors(const S* __restrict first, const S* __restrict second, Later<S> fetching,
+                                     Columns<Order, S> columns, Differences<S, Sum> differences, S* __restrict outFirst,
+                                     S* __restrict outSecond, size_t count, F choice) {
   inVectors<lanes, S>(count, fetching, [&](size_t i, size_t) {
     outFirst[i] = choice(0, i, differences.template at<step>(i), first[i + step], columns.template medianAt<step>(i));
     outSecond[i] = choice(1, i, differences.template at<step>(differences.lower + i), second[i + step],
@@ -328,12 +336,12 @@ template <size_t step, size_t lanes, class Order, class S, class Sum, class F>
 template <size_t lanes, class Order, class S, class Sum, class F>
 inline void choose(const RowPair<S>& rows, size_t n, size_t step, Columns<Order, S> columns,
                    Differences<S, Sum> differences, F choiceFrom) {
-  byStep(step, [&]<size_t step>(Step<step>) {
-    overlapping<lanes>(n - 2 * step, [&](size_t from, size_t count) {
-      choose<step, lanes>(rows.in[1] + from, rows.in[2] + from,
-                          Later<S>{rows.nextOut[0] + from, rows.nextOut[1] + from},
-                          Columns<Order, S>{columns.keys + from}, differences.from(from), rows.out[0] + step + from,
-                          rows.out[1] + step + from, count, choiceFrom(from));
+  byStep(step, [&]<size_t pixel>(Step<pixel>) {
+    overlapping<lanes>(n - 2 * pixel, [&](size_t from, size_t count) {
+      chooseVectors<pixel, lanes>(rows.in[1] + from, rows.in[2] + from,
+                                  Later<S>{rows.nextOut[0] + from, rows.nextOut[1] + from}, columns.from(from),
+                                  differences.from(from), rows.out[0] + pixel + from, rows.out[1] + pixel + from, count,
+                                  choiceFrom(from));
     });
   });
 }
@@ -405,7 +413,7 @@ inline bool areWhole(const float* row, size_t n) {
 }
 
 // Most rows without are known by their beginning.
-inline bool areWhole(const float* const* four, size_t n) {
+inline bool areAllWhole(const float* const* four, size_t n) {
   return areWhole(four[1], least(n, kLanes<float>)) && areWhole(four[0], n) && areWhole(four[1], n) &&
          areWhole(four[2], n) && areWhole(four[3], n);
 }
@@ -480,7 +488,7 @@ constexpr int kMostMagnitude = 1 << 22, kMostLimit = 16 * kMostMagnitude;
 // Judges every sample.
 template <int32_t (*truncate)(double)>
 void judgeAll(const RowPair<float>& rows, size_t n, size_t step, int limit) {
-  makeMedians(rows, n, step);
+  tryMedians<TotalOrder>(rows, n, step);
   for (size_t row = 0; row < 2; ++row) {
     const float *const a = rows.in[row], *const b = rows.in[row + 1], *const c = rows.in[row + 2];
     const float* const nine[] = {a, a + step, a + 2 * step, b, b + step, b + 2 * step, c, c + step, c + 2 * step};
@@ -492,12 +500,13 @@ void judgeAll(const RowPair<float>& rows, size_t n, size_t step, int limit) {
 
 // A sum in single precision tells most samples apart: each of the eight truncations takes less than 1, each of at most
 // 12 roundings less than 18 x 2^-24 of the greatest magnitude, and the limit's, where sums come near it, less than
-// 32 x 2^-24 of it: less than 2^-16 in all. Sums of whole numbers below 2^20 are exact, and nothing is truncated.
+// 32 x 2^-24 of it: less than 8 and 2^-16 of it in all. The ninth is for the margin's own rounding. Sums of whole
+// numbers below 2^20 are exact, and nothing is truncated; a limit that is rounded is beyond them.
 template <class Order>
 void tellApart(const RowPair<float>& rows, size_t n, size_t step, int limit, Doubtful& doubtful,
                Columns<Order, float> columns, Differences<float, float> differences, float bound) {
   const size_t count = n - 2 * step;
-  const bool exact = bound < 1 << 20 && areWhole(rows.in, n);
+  const bool exact = bound < 1 << 20 && areAllWhole(rows.in, n);
   const float margin = exact ? 0 : 9 + bound * 0x1p-16F;
   uint8_t doubts[2][kMost<float>];
   for (uint8_t* const some : doubts) __builtin_memset(some + count, 0, 8);
@@ -528,16 +537,16 @@ void tellApartInTotalOrder(const RowPair<float>& rows, size_t n, size_t step, in
   tellApart(rows, n, step, limit, doubtful, columns, differences, bound);
 }
 
-void denoise(const RowPair<float>& rows, size_t n, size_t step, int threshold, Doubtful& doubtful) {
+void denoise(const RowPair<float>& rows, size_t n, size_t step, int threshold, bool plain, Doubtful& doubtful) {
   alignas(64) float keys[Columns<PlainOrder, float>::size], sums[Differences<float, float>::size];
   const Columns<PlainOrder, float> columns{keys};
   const Differences<float, float> differences{sums};
   PlainOrder order;
-  sortColumns(rows, n, columns, order, differences);
+  sortColumns(rows, n, columns, order, differences);  // in vain but for the differences if the order does not suit
   const float bound = order.bound();
   if (!(bound < kMostMagnitude)) return judgeAll<truncated>(rows, n, step, threshold);  // NaN too
   const int limit = least(threshold, kMostLimit);
-  if (order.suits())
+  if (plain && order.suits())
     tellApart(rows, n, step, limit, doubtful, columns, differences, bound);
   else
     tellApartInTotalOrder(rows, n, step, limit, doubtful, differences, bound);
@@ -552,8 +561,9 @@ template <>
 void removeNoise(const RowPair<float>& rows, size_t n, size_t step, int threshold) {
   if (threshold < 0) return medianRows(rows, n, step);
   Doubtful doubtful(least(threshold, kMostLimit));
+  const bool plain = areDenormalsCompared();
   byPieces(rows, n, step,
-           [&](const RowPair<float>& piece, size_t count) { denoise(piece, count, step, threshold, doubtful); });
+           [&](const RowPair<float>& piece, size_t count) { denoise(piece, count, step, threshold, plain, doubtful); });
 }
 
 template <class S>
