@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#if defined(__SSE2__)
-#include <immintrin.h>
+#if __has_include(<xmmintrin.h>)
+#include <xmmintrin.h>
 #endif
 
 #include <algorithm>
@@ -218,7 +218,7 @@ TEST(RemoveRandomNoise, floatsOfEveryKindStandSideBySide) {
   }
 }
 
-#if defined(__SSE2__)
+#if __has_include(<xmmintrin.h>)
 TEST(Median, denormalsAreRankedThoughTheProcessorTakesThemForZero) {
   CPxImage image(CM_GRAY, 32, 3, 3);
   for (int y = 0; y < 3; ++y)
