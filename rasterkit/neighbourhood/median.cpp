@@ -7,6 +7,7 @@
 #include "rasterkit/core/operands.h"
 #include "rasterkit/core/window.h"
 #include "rasterkit/neighbourhood/median_kernels.h"
+#include "rasterkit/neighbourhood/noise_kernels.h"
 
 #include <algorithm>
 #include <type_traits>
@@ -15,9 +16,8 @@
 namespace rasterkit {
 namespace {
 
-template <class S>
-const MedianRows<S>& medianRows() {
-  const MedianKernels& table = kernels<MedianKernels>();
+template <class S, class Kernels>
+auto rowsOf(const Kernels& table) {
   if constexpr (std::is_same_v<S, std::uint8_t>) return table.bytes;
   if constexpr (std::is_same_v<S, std::uint16_t>) return table.words;
   if constexpr (std::is_same_v<S, float>) return table.reals;
@@ -69,18 +69,21 @@ int CPxFilter::Median(CPxImage& dst) {
   const Operands operands(*this, dst, {1, 4});
   if (!operands) return 0;
   return bySample(operands.source(), dst, []<class S>(View<const S> in, View<S> out) {
-    return filterInside(in, out, [&, median = medianRows<S>().median](const RowPair<S>& rows, std::size_t n) {
-      median(rows, n, static_cast<std::size_t>(in.channels));
-    });
+    return filterInside(in, out,
+                        [&, median = rowsOf<S>(kernels<MedianKernels>())](const RowPair<S>& rows, std::size_t n) {
+                          median(rows, n, static_cast<std::size_t>(in.channels));
+                        });
   });
 }
 
 int CPxFilter::RemoveRandomNoise(CPxImage& dst, int threshold) {
+  if (threshold < 0) return Median(dst);  // which every sample is replaced by
   const Operands operands(*this, dst, {1, 4});
   if (!operands) return 0;
   return bySample(operands.source(), dst, [threshold]<class S>(View<const S> in, View<S> out) {
-    return filterInside(in, out, [&, remove = medianRows<S>().removeNoise](const RowPair<S>& rows, std::size_t n) {
-      remove(rows, n, static_cast<std::size_t>(in.channels), threshold);
-    });
+    return filterInside(in, out,
+                        [&, remove = rowsOf<S>(kernels<NoiseKernels>())](const RowPair<S>& rows, std::size_t n) {
+                          remove(rows, n, static_cast<std::size_t>(in.channels), threshold);
+                        });
   });
 }

@@ -1,0 +1,284 @@
+#include "rasterkit/neighbourhood/noise_kernels.h"
+
+#include "rasterkit/neighbourhood/kernel_columns.h"
+
+namespace rasterkit::RASTERKIT_LEVEL {
+namespace {
+
+// Eight times a sample less its neighbours, of two rows from some place on, in two parts: what its own column gives,
+// and the sum of another column.
+template <class S, class Sum>
+struct Differences {
+  static constexpr size_t own = 0, side = kMost<S>, lower = 2 * kMost<S>, size = 4 * kMost<S>;
+
+  Sum* __restrict sums;
+
+  Differences from(size_t i) const { return {sums + i}; }
+
+  // rest: the column without its centre.
+  void put(size_t i, Sum centre, Sum rest, Sum column) const {
+    sums[own + i] = static_cast<Sum>(8 * centre - rest);
+    sums[side + i] = column;
+  }
+
+  void take(size_t i, S above, S first, S second, S below) const {
+    const auto a = static_cast<Sum>(first), b = static_cast<Sum>(second), both = static_cast<Sum>(a + b);
+    put(i, a, static_cast<Sum>(b + above), static_cast<Sum>(both + above));
+    put(lower + i, b, static_cast<Sum>(a + below), static_cast<Sum>(both + below));
+  }
+
+  template <size_t step>
+  Sum at(size_t i) const {
+    return static_cast<Sum>(sums[own + i + step] - static_cast<Sum>(sums[side + i] + sums[side + i + 2 * step]));
+  }
+};
+
+// choice(row, i, difference, centre, median): what becomes of sample i of one row or the other.
+template <size_t step, size_t lanes, class Order, class S, class Sum, class F>
+[[gnu::noinline]] void chooseVectors(const S* __restrict first, const S* __restrict second, Later<S> fetching,
+                                     Columns<Order, S> columns, Differences<S, Sum> differences, S* __restrict outFirst,
+                                     S* __restrict outSecond, size_t count, F choice) {
+  inVectors<lanes, S>(count, fetching, [&](size_t i, size_t) {
+    outFirst[i] = choice(0, i, differences.template at<step>(i), first[i + step], columns.template medianAt<step>(i));
+    outSecond[i] = choice(1, i, differences.template at<step>(differences.lower + i), second[i + step],
+                          columns.template medianAt<step>(columns.lower + i));
+  });
+}
+
+// choiceFrom(from): such a choice whose i begins there.
+template <size_t lanes, class Order, class S, class Sum, class F>
+inline void choose(const RowPair<S>& rows, size_t n, size_t step, Columns<Order, S> columns,
+                   Differences<S, Sum> differences, F choiceFrom) {
+  byStep(step, [&]<size_t pixel>(Step<pixel>) {
+    overlapping<lanes>(n - 2 * pixel, [&](size_t from, size_t count) {
+      chooseVectors<pixel, lanes>(rows.in[1] + from, rows.in[2] + from,
+                                  Later<S>{rows.nextOut[0] + from, rows.nextOut[1] + from}, columns.from(from),
+                                  differences.from(from), rows.out[0] + pixel + from, rows.out[1] + pixel + from, count,
+                                  choiceFrom(from));
+    });
+  });
+}
+
+// Whole numbers that hold 16 times the greatest sample. Differences wrap in them.
+template <class S>
+struct SumOf;
+template <>
+struct SumOf<uint8_t> {
+  using Type = uint16_t;
+  using Signed = int16_t;
+};
+template <>
+struct SumOf<uint16_t> {
+  using Type = uint32_t;
+  using Signed = int32_t;
+};
+
+// Of a piece; the threshold is not negative.
+template <class S>
+void denoise(const RowPair<S>& rows, size_t n, size_t step, int threshold) {
+  using Sum = typename SumOf<S>::Type;
+  alignas(64) S keys[Columns<WholeNumbers, S>::size];
+  alignas(64) Sum sums[Differences<S, Sum>::size];
+  const Columns<WholeNumbers, S> columns{keys};
+  const Differences<S, Sum> differences{sums};
+  WholeNumbers order;
+  sortColumns(rows, n, columns, order, differences);
+  // Neither below -limit nor above limit: moved to the least numbers of the type, one comparison tells both. It is a
+  // signed one, which processors without AVX-512 have.
+  using Signed = typename SumOf<S>::Signed;
+  constexpr auto half = static_cast<Sum>(static_cast<Sum>(-1) / 2 + 1);
+  const auto limit = static_cast<Sum>(least(threshold, 8 * static_cast<S>(-1)));
+  const auto shift = static_cast<Sum>(limit + half), most = static_cast<Sum>(2 * limit + half);
+  choose<kLanes<S>>(rows, n, step, columns, differences, [=](size_t) {
+    return [=](int, size_t, Sum difference, S centre, S middle) {
+      return static_cast<Signed>(difference + shift) <= static_cast<Signed>(most) ? centre : middle;
+    };
+  });
+}
+
+// Of floats the eight differences are added in double, one at a time, and the total is truncated to a whole number each
+// time. The magnitude of the least integer, to which NaN truncates, is above every limit.
+template <int32_t (*truncate)(double)>
+void mark(const float* const* nine, size_t n, int limit, uint32_t* __restrict noise) {
+  const float *const a = nine[0], *const b = nine[1], *const c = nine[2], *const d = nine[3], *const e = nine[4],
+                     *const f = nine[5], *const g = nine[6], *const h = nine[7], *const k = nine[8];
+  for (size_t i = 0; i < n; ++i) {
+    const double centre = e[i];
+    int32_t total = truncate(centre - static_cast<double>(a[i]));
+    total = truncate(total + (centre - static_cast<double>(b[i])));
+    total = truncate(total + (centre - static_cast<double>(c[i])));
+    total = truncate(total + (centre - static_cast<double>(d[i])));
+    total = truncate(total + (centre - static_cast<double>(f[i])));
+    total = truncate(total + (centre - static_cast<double>(g[i])));
+    total = truncate(total + (centre - static_cast<double>(h[i])));
+    total = truncate(total + (centre - static_cast<double>(k[i])));
+    const uint32_t magnitude = total < 0 ? 0 - static_cast<uint32_t>(total) : static_cast<uint32_t>(total);
+    noise[i] = magnitude > static_cast<uint32_t>(limit) ? UINT32_MAX : 0;
+  }
+}
+
+// Whether all are whole numbers; magnitudes are below 2^22.
+inline bool areWhole(const float* row, size_t n) {
+  constexpr float shift = 0x1.8p23F;
+  uint32_t broken = 0;
+  for (size_t i = 0; i < n; ++i) broken |= (row[i] + shift) - shift != row[i] ? 1u : 0u;
+  return !broken;
+}
+
+// Most rows without are known by their beginning.
+inline bool areAllWhole(const float* const* four, size_t n) {
+  return areWhole(four[1], least(n, kLanes<float>)) && areWhole(four[0], n) && areWhole(four[1], n) &&
+         areWhole(four[2], n) && areWhole(four[3], n);
+}
+
+// The place in memory of the lowest byte that is not 0.
+inline size_t lowestByte(uint64_t eight) {
+  const auto byte = static_cast<size_t>(__builtin_ctzll(eight)) / 8;
+  return __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 7 - byte : byte;
+}
+
+// The places of the bytes that are 1, of bytes that are 1 or 0: the eights that have any, whatever they have, and then
+// those in each, of which there is hardly ever more than one. After the last byte there are zeros up to a whole eight.
+size_t placesOf(const uint8_t* ones, size_t n, uint16_t* places) {
+  uint16_t eights[kMost<float> / 8 + 1];
+  size_t some = 0, count = 0;
+  for (size_t i = 0; i < n; i += 8) {
+    uint64_t eight;
+    __builtin_memcpy(&eight, ones + i, sizeof eight);
+    eights[some] = static_cast<uint16_t>(i);
+    some += eight != 0;
+  }
+  for (size_t k = 0; k < some; ++k) {
+    uint64_t eight;
+    __builtin_memcpy(&eight, ones + eights[k], sizeof eight);
+    for (; eight != 0; eight &= eight - 1) places[count++] = static_cast<uint16_t>(eights[k] + lowestByte(eight));
+  }
+  return count;
+}
+
+// Samples in doubt, gathered from all pieces of two rows into whole vectors, of which several are worked on at a time.
+class Doubtful {
+ public:
+  explicit Doubtful(int limit) : limit_(limit) {}
+  ~Doubtful() { settle(); }
+
+  // left: the place in three rows where the sample's neighbours begin; its median is in its place.
+  void add(const float* const* rows, size_t step, size_t left, float* median) {
+    const size_t here = left + step, right = here + step;
+    for (size_t k = 0; k < 3; ++k) {
+      nine_[3 * k][count_] = rows[k][left];
+      nine_[3 * k + 1][count_] = rows[k][here];
+      nine_[3 * k + 2][count_] = rows[k][right];
+    }
+    places_[count_] = median;
+    if (++count_ == room) settle();
+  }
+
+ private:
+  static constexpr size_t vector = 8, room = 8 * vector;
+
+  // Puts back those that are no noise after all.
+  void settle() {
+    const size_t whole = (count_ + vector - 1) / vector * vector;
+    for (float* const some : nine_)
+      for (size_t i = count_; i < whole; ++i) some[i] = 0;
+    const float* const columns[] = {nine_[0], nine_[1], nine_[2], nine_[3], nine_[4],
+                                    nine_[5], nine_[6], nine_[7], nine_[8]};
+    uint32_t noise[room];
+    mark<truncatedWithin>(columns, whole, limit_, noise);
+    for (size_t i = 0; i < count_; ++i) *places_[i] = noise[i] ? *places_[i] : nine_[4][i];
+    count_ = 0;
+  }
+
+  float nine_[9][room];
+  float* places_[room];
+  size_t count_ = 0;
+  const int limit_;
+};
+
+constexpr int kMostMagnitude = 1 << 22, kMostLimit = 16 * kMostMagnitude;
+
+// Judges every sample.
+template <int32_t (*truncate)(double)>
+void judgeAll(const RowPair<float>& rows, size_t n, size_t step, int limit) {
+  tryMedians<TotalOrder>(rows, n, step);
+  for (size_t row = 0; row < 2; ++row) {
+    const float *const a = rows.in[row], *const b = rows.in[row + 1], *const c = rows.in[row + 2];
+    const float* const nine[] = {a, a + step, a + 2 * step, b, b + step, b + 2 * step, c, c + step, c + 2 * step};
+    uint32_t noise[kMost<float>];
+    mark<truncate>(nine, n - 2 * step, limit, noise);
+    for (size_t i = step; i < n - step; ++i) rows.out[row][i] = noise[i - step] ? rows.out[row][i] : b[i];
+  }
+}
+
+// A sum in single precision tells most samples apart: each of the eight truncations takes less than 1, each of at most
+// 12 roundings less than 18 x 2^-24 of the greatest magnitude, and the limit's, where sums come near it, less than
+// 32 x 2^-24 of it: less than 8 and 2^-16 of it in all. The ninth is for the margin's own rounding. Sums of whole
+// numbers below 2^20 are exact, and nothing is truncated; a limit that is rounded is beyond them.
+template <class Order>
+void tellApart(const RowPair<float>& rows, size_t n, size_t step, int limit, Doubtful& doubtful,
+               Columns<Order, float> columns, Differences<float, float> differences, float bound) {
+  const size_t count = n - 2 * step;
+  const bool exact = bound < 1 << 20 && areAllWhole(rows.in, n);
+  const float margin = exact ? 0 : 9 + bound * 0x1p-16F;
+  uint8_t doubts[2][kMost<float>];
+  for (uint8_t* const some : doubts) __builtin_memset(some + count, 0, 8);
+  choose<kLanes<uint8_t>>(rows, n, step, columns, differences, [=, &doubts](size_t from) {
+    return [=, first = doubts[0] + from, second = doubts[1] + from](int row, size_t i, float difference, float centre,
+                                                                    float middle) {
+      const float beyond = __builtin_fabsf(difference) - static_cast<float>(limit);
+      (row == 0 ? first : second)[i] = __builtin_fabsf(beyond) < margin ? 1 : 0;
+      return beyond > -margin ? middle : centre;
+    };
+  });
+  if (exact) return;
+  uint16_t places[2][kMost<float>];
+  const size_t some[] = {placesOf(doubts[0], count, places[0]), placesOf(doubts[1], count, places[1])};
+  // Gathering so many would take longer.
+  if (some[0] + some[1] > count / 2) return judgeAll<truncatedWithin>(rows, n, step, limit);
+  for (size_t row = 0; row < 2; ++row)
+    for (size_t i = 0; i < some[row]; ++i)
+      doubtful.add(rows.in + row, step, places[row][i], rows.out[row] + step + places[row][i]);
+}
+
+void tellApartInTotalOrder(const RowPair<float>& rows, size_t n, size_t step, int limit, Doubtful& doubtful,
+                           Differences<float, float> differences, float bound) {
+  alignas(64) int32_t keys[Columns<TotalOrder, float>::size];
+  const Columns<TotalOrder, float> columns{keys};
+  TotalOrder order;
+  sortColumns(rows, n, columns, order, Nothing());
+  tellApart(rows, n, step, limit, doubtful, columns, differences, bound);
+}
+
+void denoise(const RowPair<float>& rows, size_t n, size_t step, int threshold, bool plain, Doubtful& doubtful) {
+  alignas(64) float keys[Columns<PlainOrder, float>::size], sums[Differences<float, float>::size];
+  const Columns<PlainOrder, float> columns{keys};
+  const Differences<float, float> differences{sums};
+  PlainOrder order;
+  sortColumns(rows, n, columns, order, differences);  // in vain but for the differences if the order does not suit
+  const float bound = order.bound();
+  if (!(bound < kMostMagnitude)) return judgeAll<truncated>(rows, n, step, threshold);  // NaN too
+  const int limit = least(threshold, kMostLimit);
+  if (plain && order.suits())
+    tellApart(rows, n, step, limit, doubtful, columns, differences, bound);
+  else
+    tellApartInTotalOrder(rows, n, step, limit, doubtful, differences, bound);
+}
+
+template <class S>
+void removeNoise(const RowPair<S>& rows, size_t n, size_t step, int threshold) {
+  byPieces(rows, n, step, [=](const RowPair<S>& piece, size_t count) { denoise(piece, count, step, threshold); });
+}
+template <>
+void removeNoise(const RowPair<float>& rows, size_t n, size_t step, int threshold) {
+  Doubtful doubtful(least(threshold, kMostLimit));
+  const bool plain = areDenormalsCompared();
+  byPieces(rows, n, step,
+           [&](const RowPair<float>& piece, size_t count) { denoise(piece, count, step, threshold, plain, doubtful); });
+}
+
+}  // namespace
+
+const NoiseKernels noiseKernels = {removeNoise<uint8_t>, removeNoise<uint16_t>, removeNoise<float>};
+
+}  // namespace rasterkit::RASTERKIT_LEVEL
