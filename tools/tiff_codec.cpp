@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <string_view>
 
 #include "catalogue/describe.h"
 #include "tools/codecs.h"
@@ -11,14 +12,17 @@
 namespace rasterkit::tools {
 namespace {
 
-// libtiff reports through one function for the whole program; each thread keeps its own first message.
+// libtiff reports through one function for the whole program; each thread keeps its own first message, on one line.
 thread_local std::string firstError;
 
 void onError(const char*, const char* format, va_list arguments) {
   if (!firstError.empty()) return;
   char text[200];
   std::vsnprintf(text, sizeof text, format, arguments);
-  firstError = text;
+  for (const char c : std::string_view(text)) {
+    const bool blank = c == ' ' || c == '\n';
+    if (!blank || !firstError.ends_with(' ')) firstError += blank ? ' ' : c;
+  }
 }
 
 void hearErrors() {

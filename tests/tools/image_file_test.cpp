@@ -316,6 +316,9 @@ TEST(ImageFile, saysWhatItDoesNotRead) {
   EXPECT_EQ(codeOfDecoding(with(339, {2})), ExitCode::damaged) << "signed";
   EXPECT_EQ(codeOfDecoding(with(262, {8})), ExitCode::damaged) << "L*a*b*";
   EXPECT_EQ(codeOfDecoding(with(277, {5})), ExitCode::damaged);
+  // What libtiff says of inks that are not samples has two lines.
+  tiff[334] = {8192};
+  EXPECT_EQ(codeOfDecoding(with(273, {100000})), ExitCode::damaged);
 }
 
 TEST(ImageFile, turnsImagesUpright) {
