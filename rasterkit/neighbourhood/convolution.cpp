@@ -17,6 +17,7 @@
 #include "rasterkit/core/window.h"
 #include "rasterkit/neighbourhood/convolution_engine.h"
 #include "rasterkit/neighbourhood/convolution_kernels.h"
+#include "rasterkit/neighbourhood/select_kernels.h"
 
 #include <algorithm>
 #include <array>
@@ -39,14 +40,6 @@ const ConvolutionRows<S>& convolutionRows() {
     return table.bytes;
   else
     return table.words;
-}
-
-template <class S>
-auto selectRow() {
-  if constexpr (std::is_same_v<S, float>)
-    return kernels<ConvolutionKernels>().selectReal;
-  else
-    return convolutionRows<S>().select;
 }
 
 // The pixels that are computed, and what they are computed from.
@@ -181,7 +174,7 @@ void eachRow(View<const S> in, View<S> out, View<const std::uint8_t> mask, const
       row(piece.data(), pieces, samples);
     }
     for (int i = 0; mask.first && i < count; ++i)
-      selectRow<S>()(to[i], mask.row(y + i) + area.left, channels, out.row(y + i) + first, width);
+      kernelsOf<SelectKernels, S>()(to[i], mask.row(y + i) + area.left, channels, out.row(y + i) + first, width);
   }
   for (int y = area.bottom; y < in.height; ++y) keep(in.row(y), out.row(y), in.samples());
 }

@@ -298,19 +298,6 @@ void estimated(const Taps<float, float>& estimate, const EstimateRule& estimateR
 
 // The rest ------------------------------------------------------------------------------------------------------------
 
-template <class S>
-void select(const S* samples, const uint8_t* mask, size_t channels, S* result, size_t n) {
-  const S* const __restrict in = samples;
-  S* const __restrict out = result;
-  if (channels == 1) {
-    for (size_t x = 0; x < n; ++x) out[x] = mask[x] ? in[x] : out[x];
-    return;
-  }
-  for (size_t x = 0; x < n; ++x)
-    if (mask[x])
-      for (size_t c = 0; c < channels; ++c) out[x * channels + c] = in[x * channels + c];
-}
-
 void laplacian(const float* const* rows, size_t step, float* result, size_t n) {
   const float *const above = rows[0], *const here = rows[1], *const below = rows[2];
   float* const __restrict out = result;
@@ -330,12 +317,10 @@ void laplacian(const float* const* rows, size_t step, float* result, size_t n) {
 }
 
 template <class S>
-constexpr ConvolutionRows<S> rows = {toSingle<S>, single<S>, single<S>,    whole<S>,
-                                     sums<S>,     real<S>,   estimated<S>, select<S>};
+constexpr ConvolutionRows<S> rows = {toSingle<S>, single<S>, single<S>, whole<S>, sums<S>, real<S>, estimated<S>};
 
 }  // namespace
 
-const ConvolutionKernels convolutionKernels = {rows<uint8_t>, rows<uint16_t>, toWord,       narrow,
-                                               narrow,        laplacian,      select<float>};
+const ConvolutionKernels convolutionKernels = {rows<uint8_t>, rows<uint16_t>, toWord, narrow, narrow, laplacian};
 
 }  // namespace rasterkit::RASTERKIT_LEVEL

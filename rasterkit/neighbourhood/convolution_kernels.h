@@ -94,9 +94,6 @@ struct ConvolutionRows {
   // Both kernels have the same taps.
   void (*estimated)(const Taps<float, float>& estimate, const EstimateRule& estimateRule,
                     const Taps<float, double>& taps, const RealRule& rule, S* out, size_t n);
-
-  // Copies the pixels of a row whose mask byte is not 0; n counts pixels.
-  void (*select)(const S* in, const uint8_t* mask, size_t channels, S* out, size_t n);
 };
 
 struct ConvolutionKernels {
@@ -109,7 +106,6 @@ struct ConvolutionKernels {
   // Float samples: (8 x centre - the eight neighbours) x 0.125 in double, limited to 0 to 255 and truncated. The rows
   // stand `step` samples to the left.
   void (*laplacian)(const float* const* rows, size_t step, float* out, size_t n);
-  void (*selectReal)(const float* in, const uint8_t* mask, size_t channels, float* out, size_t n);
 };
 
 RASTERKIT_KERNEL_TABLE(ConvolutionKernels, convolutionKernels)

@@ -2,54 +2,14 @@
 // Sorted columns of 3 x 3 samples, from which the median is picked: what the kernels of the median and of the noise
 // filter share.
 
-#include "rasterkit/core/kernel_numbers.h"
-#include "rasterkit/neighbourhood/row_pair.h"
+#include "rasterkit/neighbourhood/kernel_ranks.h"
 
 namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
 
-#if defined(__AVX512F__)
-constexpr size_t kVector = 64;
-#else
-constexpr size_t kVector = 32;  // or two of 16: longer stretches would not be unrolled
-#endif
-template <class S>
-constexpr size_t kLanes = kVector / sizeof(S);  // samples in a vector
-template <class S>
-constexpr size_t kLine = 64 / sizeof(S);  // and in a line of the cache
-
-// Ways to compare samples, by keys. take sees the four samples of a column that two rows share; suits tells whether the
-// way is right for all it has seen.
-
-struct WholeNumbers {
-  template <class S>
-  static S keyOf(S sample) {
-    return sample;
-  }
-  template <class S>
-  static S sampleOf(S key) {
-    return key;
-  }
-  template <class S>
-  void take(size_t, S, S, S, S) {}
-  bool suits() const { return true; }
-};
-
-struct TotalOrder {
-  static int32_t keyOf(float sample) { return totalOrderKey(sample); }
-  static float sampleOf(int32_t key) { return fromTotalOrderKey(key); }
-  void take(size_t, float, float, float, float) {}
-  bool suits() const { return true; }
-};
-
-inline int32_t bitsOf(float sample) {
-  int32_t bits;
-  __builtin_memcpy(&bits, &sample, sizeof bits);
-  return bits;
-}
-
-// Floats as they are. Without NaN and -0 that is the total order too: what compares equal has the same bits. The bound
-// is there for noise; that there is no NaN is seen by it too.
+// Floats as they are, of which take sees the four of a column that two rows share. Without NaN and -0 that is the total
+// order too: what compares equal has the same bits. The bound is there for noise; that there is no NaN is seen by it
+// too.
 struct PlainOrder {
   int32_t leastBits[kLanes<float>];  // those of -0 are the least
   int32_t mostBits[kLanes<float>];   // of the sums of columns' magnitudes
@@ -135,59 +95,13 @@ constexpr size_t kPiece = 1024 / sizeof(S);
 template <class S, class F>
 inline void byPieces(const RowPair<S>& rows, size_t n, size_t step, F f) {
   for (size_t at = 0; at + 2 * step < n; at += kPiece<S>) {
-    const auto from = [at](auto* row) { return row + at; };
-    f(RowPair<S>{{from(rows.in[0]), from(rows.in[1]), from(rows.in[2]), from(rows.in[3])},
-                 {from(rows.out[0]), from(rows.out[1])},
-                 {from(rows.nextIn[0]), from(rows.nextIn[1])},
-                 {from(rows.nextOut[0]), from(rows.nextOut[1])}},
+    const S* const in[] = {rows.in[0] + at, rows.in[1] + at, rows.in[2] + at, rows.in[3] + at};
+    f(RowPair<S>{in,
+                 {rows.out[0] + at, rows.out[1] + at},
+                 {rows.nextIn[0] + at, rows.nextIn[1] + at},
+                 {rows.nextOut[0] + at, rows.nextOut[1] + at}},
       least(kPiece<S> + 2 * step, n - at));
   }
-}
-
-// Lines of two rows that are wanted later, fetched into the second cache.
-template <class S>
-struct Later {
-  const S *first, *second;
-
-  void fetch(size_t i) const {
-    __builtin_prefetch(first + i, 0, 2);
-    __builtin_prefetch(second + i, 0, 2);
-  }
-};
-
-// And of two rows that are written next, fetched into the first. Stores leave in the order they were made: behind one
-// that waits for its line, the sorted columns would not be there to be picked from.
-template <class S>
-struct LaterAndNext {
-  Later<S> later;
-  const S *first, *second;
-
-  void fetch(size_t i) const {
-    later.fetch(i);
-    __builtin_prefetch(first + i, 1, 3);
-    __builtin_prefetch(second + i, 1, 3);
-  }
-};
-
-// each(i, lane) for i from 0 to count, which is a multiple of the lanes or less than them. Lines are fetched as their
-// places are met: many at once would hold up everything else.
-template <size_t lanes, class S, class F, template <class> class Fetching>
-[[gnu::always_inline]] inline void inVectors(size_t count, Fetching<S> fetching, F each) {
-  size_t at = 0;
-  for (; at + lanes <= count; at += lanes) {
-    for (size_t i = 0; i < lanes; i += kLine<S>) fetching.fetch(at + i);
-    for (size_t lane = 0; lane < lanes; ++lane) each(at + lane, lane);
-  }
-  for (; at < count; ++at) each(at, 0);
-}
-
-// f(from, count) for 0 to n in whole vectors, the last of which is done over from further left if need be.
-template <size_t lanes, class F>
-inline void overlapping(size_t n, F f) {
-  if (n < lanes) return f(0, n);
-  const size_t whole = n / lanes * lanes;
-  f(0, whole);
-  if (whole < n) f(n - lanes, lanes);
 }
 
 // Room for the samples that are looked at for a piece: whole lines.

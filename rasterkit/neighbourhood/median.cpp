@@ -10,18 +10,10 @@
 #include "rasterkit/neighbourhood/noise_kernels.h"
 
 #include <algorithm>
-#include <type_traits>
 #include <vector>
 
 namespace rasterkit {
 namespace {
-
-template <class S, class Kernels>
-auto rowsOf(const Kernels& table) {
-  if constexpr (std::is_same_v<S, std::uint8_t>) return table.bytes;
-  if constexpr (std::is_same_v<S, std::uint16_t>) return table.words;
-  if constexpr (std::is_same_v<S, float>) return table.reals;
-}
 
 // make(rows, n) makes all but the outermost pixels of two rows of n samples. Those pixels, and the first and last row,
 // are copied. An image has its last row made twice if the others come in pairs without it.
@@ -45,8 +37,7 @@ int filterInside(View<const S> in, View<S> out, Make make) {
   for (int next = 1; next < in.height - 1; next += count) {
     const int y = std::min(next, in.height - 1 - count);
     const int nextIn = std::min(y + count + 1, in.height - 2), nextOut = std::min(y + count, in.height - 2);
-    const S* const* const rows = window.rows(y);
-    make(RowPair<S>{.in = {rows[0], rows[1], rows[2], rows[3]},
+    make(RowPair<S>{.in = window.rows(y),
                     .out = {out.row(y), count == 2 ? out.row(y + 1) : nothing.data()},
                     .nextIn = {in.row(nextIn), in.row(nextIn + 1)},
                     .nextOut = {out.row(nextOut), out.row(nextOut + 1)}},
@@ -69,10 +60,9 @@ int CPxFilter::Median(CPxImage& dst) {
   const Operands operands(*this, dst, {1, 4});
   if (!operands) return 0;
   return bySample(operands.source(), dst, []<class S>(View<const S> in, View<S> out) {
-    return filterInside(in, out,
-                        [&, median = rowsOf<S>(kernels<MedianKernels>())](const RowPair<S>& rows, std::size_t n) {
-                          median(rows, n, static_cast<std::size_t>(in.channels));
-                        });
+    return filterInside(in, out, [&, median = kernelsOf<MedianKernels, S>()](const RowPair<S>& rows, std::size_t n) {
+      median(rows, n, static_cast<std::size_t>(in.channels));
+    });
   });
 }
 
@@ -81,9 +71,8 @@ int CPxFilter::RemoveRandomNoise(CPxImage& dst, int threshold) {
   const Operands operands(*this, dst, {1, 4});
   if (!operands) return 0;
   return bySample(operands.source(), dst, [threshold]<class S>(View<const S> in, View<S> out) {
-    return filterInside(in, out,
-                        [&, remove = rowsOf<S>(kernels<NoiseKernels>())](const RowPair<S>& rows, std::size_t n) {
-                          remove(rows, n, static_cast<std::size_t>(in.channels), threshold);
-                        });
+    return filterInside(in, out, [&, remove = kernelsOf<NoiseKernels, S>()](const RowPair<S>& rows, std::size_t n) {
+      remove(rows, n, static_cast<std::size_t>(in.channels), threshold);
+    });
   });
 }

@@ -10,6 +10,8 @@
 // last overlap to the whole side. Rows are short enough for the cache, so a few more steps for a larger side do not
 // show.
 //
+// Small squares go another way: two rows at a time, each picked from all its rows at once (see the kernels).
+//
 // Beyond the image edge samples are repeated. They are in the window already, so it may as well end at the edge: rows
 // outside are left out, samples outside lose against every other.
 
@@ -20,10 +22,12 @@
 #include "rasterkit/core/prefetch.h"
 #include "rasterkit/core/window.h"
 #include "rasterkit/neighbourhood/morphology_kernels.h"
+#include "rasterkit/neighbourhood/select_kernels.h"
 
 #include <algorithm>
 #include <new>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace rasterkit {
@@ -58,6 +62,42 @@ struct InLines {
 template <class T>
 using Line = std::vector<T, InLines<T>>;
 
+// How far apart rows of n are kept: rows a multiple of 4096 bytes apart would share their places in the cache.
+std::size_t apart(std::size_t n) { return (n + 127) / 64 * 64; }
+
+// Where rows are written: in the image, or aside where a mask selects of them. Row y may be asked for again until row
+// y + 2 is, and one row below the image may be.
+template <class S>
+class Output {
+ public:
+  Output(View<const S> in, View<S> out, View<const std::uint8_t> mask = {})
+      : in_(in),
+        out_(out),
+        mask_(mask),
+        aside_(mask.first       ? 2 * in.samples()
+               : in.height == 1 ? in.samples()
+                                : 0) {}
+
+  S* row(int y) {
+    if (mask_.first) return aside_.data() + (y % 2 == 0 ? 0 : in_.samples());
+    return y < out_.height ? out_.row(y) : aside_.data();
+  }
+  void finish(int y) {
+    if (!mask_.first) return;
+    if (in_.first != out_.first) std::copy_n(in_.row(y), in_.samples(), out_.row(y));
+    kernelsOf<SelectKernels, S>()(row(y), mask_.row(y), static_cast<std::size_t>(in_.channels), out_.row(y),
+                                  static_cast<std::size_t>(in_.width));
+  }
+  // The image's row, or its last one.
+  const S* next(std::int64_t y) const { return out_.row(static_cast<int>(std::min<std::int64_t>(y, out_.height - 1))); }
+
+ private:
+  const View<const S> in_;
+  const View<S> out_;
+  const View<const std::uint8_t> mask_;
+  std::vector<S> aside_;
+};
+
 // The extrema down the columns over the rows around y, for y = 0, 1, 2 ... Rows before y may have been overwritten.
 template <class S>
 class ColumnExtrema {
@@ -65,11 +105,10 @@ class ColumnExtrema {
   using Key = typename RankKey<S>::Type;
 
   // reach: rows on either side, less than the image's height.
-  ColumnExtrema(const ExtremumRows<S>& rows, View<const S> in, View<S>, int reach)
+  ColumnExtrema(const ExtremumRows<S>& rows, View<const S> in, int reach)
       : rows_(rows),
         in_(in),
-        // Rows that lie a multiple of 4096 bytes apart would share their places in the cache.
-        stride_((in.samples() + 127) / 64 * 64),
+        stride_(apart(in.samples())),
         reach_(reach),
         side_(2 * std::int64_t{reach} + 1),
         prefix_(in.samples()),
@@ -148,56 +187,30 @@ class ColumnExtrema {
   bool finished_ = false;        // the last block
 };
 
-// The same over three rows, which is less work without prefixes and suffixes.
+// Extrema over a square of any size, row by row from the top; in and out may be the same image.
 template <class S>
-class ThreeRows {
- public:
-  using Key = typename RankKey<S>::Type;
-
-  ThreeRows(const ExtremumRows<S>& rows, View<const S> in, View<S> out, int)
-      : rows_(rows), window_(in, out, {.above = 1, .below = 1}) {}
-
-  void moveTo(int y) { around_ = window_.rows(y); }
-  void fill(std::size_t at, std::size_t n, Key* line) {
-    rows_.downThree(around_[0] + at, around_[1] + at, around_[2] + at, line, n);
-  }
-
- private:
-  const ExtremumRows<S>& rows_;
-  Window<S> window_;
-  const S* const* around_ = nullptr;
-};
-
-// Extrema over a square, row by row from the top; in and out may be the same image.
-template <class S, class Columns>
 class SquareExtrema {
  public:
-  // down, across: how far the square reaches, less than the image's height and width.
-  SquareExtrema(const ExtremumRows<S>& rows, View<const S> in, View<S> out, int down, int across,
-                View<const std::uint8_t> mask)
+  // size: how far the square reaches.
+  SquareExtrema(const ExtremumRows<S>& rows, View<const S> in, Output<S> out, int size)
       : rows_(rows),
         in_(in),
-        out_(out),
-        mask_(mask),
-        down_(down),
-        side_(2 * static_cast<std::size_t>(across) + 1),
+        out_(std::move(out)),
+        // A window that reaches from the first to the last row or column grows no further.
+        down_(std::min(size, in.height - 1)),
+        side_(2 * static_cast<std::size_t>(std::min(size, in.width - 1)) + 1),
         step_(static_cast<std::size_t>(in.channels)),
-        margin_(static_cast<std::size_t>(across) * step_),
-        columns_(rows, in, out, down),
+        margin_(side_ / 2 * step_),
+        columns_(rows, in, down_),
         line_(in.samples() + 2 * margin_) {}
 
-  // Writes row y, for y = 0, 1, 2 ... Rows up to y + down must be there to be read.
+  // Writes row y, for y = 0, 1, 2 ... Rows up to y + size must be there to be read.
   void pick(int y) {
     // A part of a row goes all the way while it is in the nearest cache: 768 bytes, a whole number of pixels. Of longer
     // parts so many lines would be asked for at once that everything else waits for them.
     constexpr std::size_t part = 768 / sizeof(S);
     const std::size_t n = in_.samples();
-    Joining<S> joining{.line = line_.data(),
-                       .side = side_,
-                       .step = step_,
-                       .out = out_.row(y),
-                       .in = in_.row(y),
-                       .mask = mask_.first ? mask_.row(y) : nullptr};
+    Joining<S> joining{.line = line_.data(), .side = side_, .step = step_, .out = out_.row(y)};
     std::fill_n(line_.data(), margin_, rows_.neutral);
     std::fill_n(line_.data() + margin_ + n, margin_, rows_.neutral);
     columns_.moveTo(y);
@@ -205,22 +218,22 @@ class SquareExtrema {
       const std::size_t count = std::min(part, n - at);
       if (y + down_ + 1 < in_.height) fetchAhead(in_.row(y + down_ + 1) + at, count * sizeof(S));
       columns_.fill(at, count, line_.data() + margin_ + at);
-      if (y + 1 < in_.height) fetchAhead(out_.row(y + 1) + at, count * sizeof(S));
+      if (y + 1 < in_.height) fetchAhead(out_.next(y + 1) + at, count * sizeof(S));
       const bool last = at + count == n;
       rows_.across(joining, margin_ + at + count + (last ? margin_ : 0), last);
     }
+    out_.finish(y);
   }
 
  private:
   const ExtremumRows<S>& rows_;
   const View<const S> in_;
-  const View<S> out_;
-  const View<const std::uint8_t> mask_;
+  Output<S> out_;
   const int down_;
   const std::size_t side_;
   const std::size_t step_;
   const std::size_t margin_;
-  Columns columns_;
+  ColumnExtrema<S> columns_;
   Line<typename RankKey<S>::Type> line_;
 };
 
@@ -229,17 +242,94 @@ void pickAll(Extrema extrema, int height) {
   for (int y = 0; y < height; ++y) extrema.pick(y);
 }
 
-// f.template operator()<Columns>(down, across) with what suits the size; 1 without pixels. A window that reaches from
-// the first to the last row or column grows no further.
-template <class S, class F>
-int bySize(View<const S> in, int size, F f) {
-  if (in.height == 0) return 1;
-  const int down = std::min(size, in.height - 1), across = std::min(size, in.width - 1);
-  if (down == 1)
-    f.template operator()<ThreeRows<S>>(down, across);
-  else
-    f.template operator()<ColumnExtrema<S>>(down, across);
-  return 1;
+// The rows around y and y + 1 of an image.
+template <class S>
+class ImageRows {
+ public:
+  ImageRows(View<const S> in, View<S> out, int size) : in_(in), window_(in, out, {.above = size, .below = size + 1}) {}
+
+  // y must not go back.
+  const S* const* around(int y) { return window_.rows(y); }
+  // A row that will be asked for, or the last one.
+  const S* next(std::int64_t y) const { return in_.row(static_cast<int>(std::min<std::int64_t>(y, in_.height - 1))); }
+
+ private:
+  const View<const S> in_;
+  Window<S> window_;
+};
+
+// Extrema over squares that reach 1 to kMostReach pixels, two rows at a time.
+template <class S, class Rows>
+class SmallSquares {
+ public:
+  SmallSquares(const ExtremumRows<S>& rows, View<const S> in, int size, Rows from)
+      : pick_(rows.squares[size - 1]),
+        n_(in.samples()),
+        step_(static_cast<std::size_t>(in.channels)),
+        size_(size),
+        from_(std::move(from)) {}
+
+  // Makes rows y and y + 1; the next two are those that will be written then. y must not go back.
+  void pick(int y, S* first, S* second, const S* nextFirst, const S* nextSecond) {
+    const std::int64_t next = std::int64_t{y} + size_ + 2;
+    pick_(RowPair<S>{.in = from_.around(y),
+                     .out = {first, second},
+                     .nextIn = {from_.next(next), from_.next(next + 1)},
+                     .nextOut = {nextFirst, nextSecond}},
+          n_, step_);
+  }
+
+ private:
+  void (*pick_)(const RowPair<S>& rows, std::size_t n, std::size_t step);
+  std::size_t n_;
+  std::size_t step_;
+  int size_;
+  Rows from_;
+};
+
+// The rows around y and y + 1 of what is picked from an image, made as they are asked for; no others are kept.
+template <class S>
+class PickedRows {
+ public:
+  PickedRows(const ExtremumRows<S>& rows, View<const S> in, View<S> out, int size)
+      : squares_(rows, in, size, ImageRows<S>(in, out, size)),
+        size_(size),
+        height_(in.height),
+        stride_(apart(in.samples())),
+        around_(2 * static_cast<std::size_t>(size) + 2),
+        ring_(stride_ * around_.size()) {}
+
+  const S* const* around(int y) {
+    const int needed = static_cast<int>(std::min<std::int64_t>(std::int64_t{y} + size_ + 2, height_));
+    for (; made_ < needed; made_ += 2) {
+      made_ = std::max(0, std::min(made_, needed - 2));  // the last one is made twice if it comes alone
+      squares_.pick(made_, row(made_), row(made_ + 1), ring_.data(), ring_.data());
+    }
+    for (std::size_t i = 0; i < around_.size(); ++i)
+      around_[i] = row(std::clamp(y - size_ + static_cast<int>(i), 0, height_ - 1));
+    return around_.data();
+  }
+  const S* next(std::int64_t) const { return ring_.data(); }
+
+ private:
+  S* row(int y) { return ring_.data() + stride_ * (static_cast<std::size_t>(y) % around_.size()); }
+
+  SmallSquares<S, ImageRows<S>> squares_;
+  int size_;
+  int height_;
+  std::size_t stride_;
+  std::vector<const S*> around_;
+  Line<S> ring_;
+  int made_ = 0;  // rows
+};
+
+template <class Squares, class S>
+void pickPairs(Squares squares, Output<S> out, int height) {
+  for (int next = 0; next < height; next += 2) {
+    const int y = std::max(0, std::min(next, height - 2));
+    squares.pick(y, out.row(y), out.row(y + 1), out.next(std::int64_t{y} + 2), out.next(std::int64_t{y} + 3));
+    for (int made = y; made < std::min(y + 2, height); ++made) out.finish(made);
+  }
 }
 
 int pickOnce(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum extremum) {
@@ -248,13 +338,18 @@ int pickOnce(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum ext
   if (!operands) return 0;
   if (size == 0) return operands.copySamples(), 1;
   return bySample(operands.source(), dst, [&]<class S>(View<const S> in, View<S> out) {
-    return bySize(in, size, [&]<class Columns>(int down, int across) {
-      pickAll(SquareExtrema<S, Columns>(extremumRows<S>(extremum), in, out, down, across, operands.mask()), in.height);
-    });
+    const ExtremumRows<S>& rows = extremumRows<S>(extremum);
+    Output<S> output(in, out, operands.mask());
+    if (in.height == 0) return 1;
+    if (size <= rows.kMostReach)
+      pickPairs(SmallSquares(rows, in, size, ImageRows<S>(in, out, size)), std::move(output), in.height);
+    else
+      pickAll(SquareExtrema<S>(rows, in, std::move(output), size), in.height);
+    return 1;
   });
 }
 
-// One extremum into dst and the other one there, in place.
+// One extremum and then the other one of that.
 int pickTwice(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum first, Extremum second) {
   const CPxImage* const source = self.GetImage();
   int channels;
@@ -264,26 +359,30 @@ int pickTwice(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum fi
   Operands operands(self, dst, {1, 4});
   if (size == 0) return operands.copySamples(), 1;
   return bySample(*source, dst, [&]<class S>(View<const S> in, View<S> out) {
-    return bySize(in, size, [&]<class Columns>(int down, int across) {
-      const View<const S> between{out.first, out.width, out.height, out.channels, out.stride};
-      const auto begin = [&] { return SquareExtrema<S, Columns>(extremumRows<S>(first), in, out, down, across, {}); };
-      const auto end = [&] {
-        return SquareExtrema<S, Columns>(extremumRows<S>(second), between, out, down, across, {});
-      };
-      // The second goes on as soon as it has the rows it needs, while they are in the cache, unless so many rows are
-      // kept for both that it shows in the memory used.
-      constexpr std::int64_t little = 1 << 20;
-      if ((2 * std::int64_t{down} + 2) * in.stride <= little) {
-        auto one = begin(), other = end();
-        for (std::int64_t y = 0; y < std::int64_t{in.height} + down; ++y) {
-          if (y < in.height) one.pick(static_cast<int>(y));
-          if (y >= down) other.pick(static_cast<int>(y - down));
-        }
-      } else {
-        pickAll(begin(), in.height);
-        pickAll(end(), in.height);
+    if (in.height == 0) return 1;
+    const ExtremumRows<S>&one = extremumRows<S>(first), &other = extremumRows<S>(second);
+    if (size <= one.kMostReach) {
+      pickPairs(SmallSquares(other, in, size, PickedRows<S>(one, in, out, size)), Output<S>(in, out), in.height);
+      return 1;
+    }
+    const View<const S> between{out.first, out.width, out.height, out.channels, out.stride};
+    const auto begin = [&] { return SquareExtrema<S>(one, in, Output<S>(in, out), size); };
+    const auto end = [&] { return SquareExtrema<S>(other, between, Output<S>(between, out), size); };
+    // The second goes on as soon as it has the rows it needs, while they are in the cache, unless so many rows are
+    // kept for both that it shows in the memory used.
+    constexpr std::int64_t little = 1 << 20;
+    const std::int64_t down = std::min(size, in.height - 1);
+    if ((2 * down + 2) * in.stride <= little) {
+      auto ahead = begin(), behind = end();
+      for (std::int64_t y = 0; y < in.height + down; ++y) {
+        if (y < in.height) ahead.pick(static_cast<int>(y));
+        if (y >= down) behind.pick(static_cast<int>(y - down));
       }
-    });
+    } else {
+      pickAll(begin(), in.height);
+      pickAll(end(), in.height);
+    }
+    return 1;
   });
 }
 

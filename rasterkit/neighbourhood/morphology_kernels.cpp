@@ -1,6 +1,6 @@
 #include "rasterkit/neighbourhood/morphology_kernels.h"
 
-#include "rasterkit/core/kernel_numbers.h"
+#include "rasterkit/neighbourhood/kernel_ranks.h"
 
 // A loop that reads at its index and ahead of it and writes at its index only may be vectorised in place: a vector is
 // loaded before it is stored.
@@ -12,14 +12,6 @@
 
 namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
-
-inline uint8_t keyOf(uint8_t sample) { return sample; }
-inline uint16_t keyOf(uint16_t sample) { return sample; }
-inline int32_t keyOf(float sample) { return totalOrderKey(sample); }
-
-inline void put(uint8_t* out, uint8_t key) { *out = key; }
-inline void put(uint16_t* out, uint16_t key) { *out = key; }
-inline void put(float* out, int32_t key) { *out = fromTotalOrderKey(key); }
 
 struct Least {
   template <class K>
@@ -34,7 +26,9 @@ struct Greatest {
   }
 };
 
-template <class Pick, class S>
+// Squares of any size -------------------------------------------------------------------------------------------------
+
+template <class Pick, class Order, class S>
 struct Rows {
   using K = typename RankKey<S>::Type;
 
@@ -42,12 +36,12 @@ struct Rows {
   static K pick(K a, K b, K c, K d) { return pick(pick(a, b), pick(c, d)); }
 
   static void begin(const S* __restrict in, K* __restrict prefix, size_t n) {
-    for (size_t i = 0; i < n; ++i) prefix[i] = keyOf(in[i]);
+    for (size_t i = 0; i < n; ++i) prefix[i] = Order::keyOf(in[i]);
   }
 
   static void extend(const S* __restrict in, K* __restrict row, K* __restrict prefix, size_t n) {
     for (size_t i = 0; i < n; ++i) {
-      const K key = keyOf(in[i]);
+      const K key = Order::keyOf(in[i]);
       row[i] = key;
       prefix[i] = pick(prefix[i], key);
     }
@@ -56,7 +50,7 @@ struct Rows {
   static void advance(const S* __restrict in, K* __restrict row, K* __restrict prefix, const K* __restrict suffix,
                       K* __restrict line, size_t n) {
     for (size_t i = 0; i < n; ++i) {
-      const K key = keyOf(in[i]);
+      const K key = Order::keyOf(in[i]);
       const K picked = pick(prefix[i], key);
       row[i] = key;
       prefix[i] = picked;
@@ -70,11 +64,6 @@ struct Rows {
 
   static void gather(K* __restrict row, const K* __restrict next, size_t n) {
     for (size_t i = 0; i < n; ++i) row[i] = pick(row[i], next[i]);
-  }
-
-  static void downThree(const S* __restrict above, const S* __restrict here, const S* __restrict below,
-                        K* __restrict line, size_t n) {
-    for (size_t i = 0; i < n; ++i) line[i] = pick(pick(keyOf(above[i]), keyOf(here[i])), keyOf(below[i]));
   }
 
   // line[i] = pick over four keys, so far apart, from i on.
@@ -92,36 +81,13 @@ struct Rows {
     const K* const third = second + covered * step;
     const K* const last = line + (side - covered) * step;
     if (side <= covered) {
-      for (size_t i = 0; i < n; ++i) put(out + i, line[i]);
+      for (size_t i = 0; i < n; ++i) out[i] = Order::sampleOf(line[i]);
     } else if (side <= covered * 2) {
-      for (size_t i = 0; i < n; ++i) put(out + i, pick(line[i], last[i]));
+      for (size_t i = 0; i < n; ++i) out[i] = Order::sampleOf(pick(line[i], last[i]));
     } else if (side <= covered * 3) {
-      for (size_t i = 0; i < n; ++i) put(out + i, pick(pick(line[i], second[i]), last[i]));
+      for (size_t i = 0; i < n; ++i) out[i] = Order::sampleOf(pick(pick(line[i], second[i]), last[i]));
     } else {
-      for (size_t i = 0; i < n; ++i) put(out + i, pick(line[i], second[i], third[i], last[i]));
-    }
-  }
-
-  template <size_t step>
-  static void keepUnmasked(const uint8_t* mask, const S* in, S* out, const S* picked, size_t pixels) {
-    for (size_t x = 0; x < pixels; ++x)
-      for (size_t c = 0; c < step; ++c) out[x * step + c] = mask[x] ? picked[x * step + c] : in[x * step + c];
-  }
-
-  static void finishMasked(const Joining<S>& joining, size_t covered, size_t to) {
-    constexpr size_t block = 240;  // a multiple of every step
-    S picked[block];
-    for (size_t i = joining.done; i < to; i += block) {
-      const size_t count = least(block, to - i);
-      finish(joining.line + i, covered, joining.side, joining.step, picked, count);
-      const uint8_t* const mask = joining.mask + i / joining.step;
-      const size_t pixels = count / joining.step;
-      switch (joining.step) {
-        case 1: keepUnmasked<1>(mask, joining.in + i, joining.out + i, picked, pixels); break;
-        case 2: keepUnmasked<2>(mask, joining.in + i, joining.out + i, picked, pixels); break;
-        case 3: keepUnmasked<3>(mask, joining.in + i, joining.out + i, picked, pixels); break;
-        case 4: keepUnmasked<4>(mask, joining.in + i, joining.out + i, picked, pixels); break;
-      }
+      for (size_t i = 0; i < n; ++i) out[i] = Order::sampleOf(pick(line[i], second[i], third[i], last[i]));
     }
   }
 
@@ -143,24 +109,139 @@ struct Rows {
       known = *joined = to;
     }
     const size_t from = joining.done, to = reached(from, known, (side - covered) * step, last);
-    if (joining.mask)
-      finishMasked(joining, covered, to);
-    else
-      finish(joining.line + from, covered, side, step, joining.out + from, to - from);
+    finish(joining.line + from, covered, side, step, joining.out + from, to - from);
     joining.done = to;
   }
+};
 
-  static constexpr ExtremumRows<S> table(K neutral) {
-    return {neutral, begin, extend, advance, meet, gather, downThree, across};
+// Squares that reach 1 to 4 pixels ------------------------------------------------------------------------------------
+
+// The bits of floats as they are, which are in order but for those with a sign. The least of several has it if any of
+// them has it, the greatest if all have it: only then the keys' pick is another one.
+struct Bits {
+  int32_t seen[kLanes<float>] = {};  // what was picked, or-ed
+
+  static int32_t keyOf(float sample) { return bitsOf(sample); }
+  static float sampleOf(int32_t bits) {
+    float sample;
+    __builtin_memcpy(&sample, &bits, sizeof sample);
+    return sample;
+  }
+  void take(size_t lane, int32_t upper, int32_t lower) { seen[lane] |= upper | lower; }
+  bool suits() const {
+    int32_t any = 0;
+    for (const int32_t bits : seen) any |= bits;
+    return any >= 0;
   }
 };
+
+// Two rows share all but the outermost of the rows they are picked from. They are made in pieces, whose extrema down
+// the columns stay in the nearest cache.
+template <class Pick, class Order, class S, size_t reach>
+struct Squares {
+  using K = typename RankKey<S>::Type;
+
+  static constexpr size_t side = 2 * reach + 1;
+  static constexpr size_t piece = 1024 / sizeof(S);
+  static constexpr size_t room = kLine<S>;  // beside a piece: whole vectors
+  static_assert(4 * reach <= room, "the margin of four channels");
+
+  // Over rows first to last.
+  template <size_t first, size_t last>
+  static K down(const S* const* in, size_t i) {
+    const K key = Order::keyOf(in[first][i]);
+    if constexpr (first == last)
+      return key;
+    else
+      return Pick::pick(key, down<first + 1, last>(in, i));
+  }
+
+  [[gnu::noinline]] static void pickDown(const S* const* rows, size_t at, Later<S> fetching, Order& __restrict order,
+                                         K* __restrict upper, K* __restrict lower, size_t n) {
+    const S* in[side + 1];  // here they are known not to be changed by what is stored
+    for (size_t k = 0; k <= side; ++k) in[k] = rows[k] + at;
+    Order seen = order;
+    inVectors<kLanes<S>, S>(n, fetching, [&](size_t i, size_t lane) {
+      const K shared = down<1, side - 1>(in, i);
+      upper[i] = Pick::pick(shared, Order::keyOf(in[0][i]));
+      lower[i] = Pick::pick(shared, Order::keyOf(in[side][i]));
+      seen.take(lane, upper[i], lower[i]);
+    });
+    order = seen;
+  }
+
+  // Over so many keys, a step apart.
+  template <size_t count>
+  static K across(const K* line, size_t step) {
+    if constexpr (count == 1)
+      return *line;
+    else
+      return Pick::pick(*line, across<count - 1>(line + step, step));
+  }
+
+  [[gnu::noinline]] static void pickAcross(const K* __restrict line, size_t step, LaterRow<S> fetching,
+                                           S* __restrict out, size_t n) {
+    inVectors<kLanes<S>, S>(n, fetching,
+                            [&](size_t i, size_t) { out[i] = Order::sampleOf(across<side>(line + i, step)); });
+  }
+
+  // Makes samples `at` to `to` of rows of n, if the order suits.
+  static bool tryPiece(const RowPair<S>& rows, size_t at, size_t to, size_t n, size_t step, K neutral) {
+    // A piece begins at line[room].
+    alignas(64) K lines[2][piece + 3 * room];
+    K* const upper = lines[0] + room;
+    K* const lower = lines[1] + room;
+    const size_t margin = reach * step, before = at == 0 ? 0 : room, end = least(to + room, n);
+    for (size_t i = 1; i <= margin; ++i) {
+      if (at == 0) *(upper - i) = *(lower - i) = neutral;
+      if (end == n) upper[n - at + i - 1] = lower[n - at + i - 1] = neutral;
+    }
+    Order order;
+    overlapping<kLanes<S>>(end - (at - before), [&](size_t from, size_t count) {
+      const size_t first = at - before + from;
+      pickDown(rows.in, first, {rows.nextIn[0] + first, rows.nextIn[1] + first}, order, upper - before + from,
+               lower - before + from, count);
+    });
+    if (!order.suits()) return false;
+    overlapping<kLanes<S>>(to - at, [&](size_t from, size_t count) {
+      const size_t first = at + from;
+      pickAcross(upper - margin + from, step, {rows.nextOut[0] + first}, rows.out[0] + first, count);
+      pickAcross(lower - margin + from, step, {rows.nextOut[1] + first}, rows.out[1] + first, count);
+    });
+    return true;
+  }
+};
+
+template <class Pick, class Order, class S, size_t reach, typename RankKey<S>::Type neutral>
+void squareRows(const RowPair<S>& rows, size_t n, size_t step) {
+  bool asBits = sizeof(S) == sizeof(float);  // until they do not suit
+  constexpr size_t piece = Squares<Pick, Order, S, reach>::piece;
+  for (size_t at = 0, to; at < n; at = to) {
+    to = n - at < piece + kLanes<S> ? n : at + piece;
+    if constexpr (sizeof(S) == sizeof(float))
+      asBits = asBits && Squares<Pick, Bits, S, reach>::tryPiece(rows, at, to, n, step, neutral);
+    if (!asBits) Squares<Pick, Order, S, reach>::tryPiece(rows, at, to, n, step, neutral);
+  }
+}
+
+template <class Pick, class Order, class S, typename RankKey<S>::Type neutral>
+constexpr ExtremumRows<S> rowsOf = {neutral,
+                                    Rows<Pick, Order, S>::begin,
+                                    Rows<Pick, Order, S>::extend,
+                                    Rows<Pick, Order, S>::advance,
+                                    Rows<Pick, Order, S>::meet,
+                                    Rows<Pick, Order, S>::gather,
+                                    Rows<Pick, Order, S>::across,
+                                    {squareRows<Pick, Order, S, 1, neutral>, squareRows<Pick, Order, S, 2, neutral>,
+                                     squareRows<Pick, Order, S, 3, neutral>, squareRows<Pick, Order, S, 4, neutral>}};
 
 }  // namespace
 
 const MorphologyKernels morphologyKernels = {
-    {Rows<Least, uint8_t>::table(UINT8_MAX), Rows<Least, uint16_t>::table(UINT16_MAX),
-     Rows<Least, float>::table(INT32_MAX)},
-    {Rows<Greatest, uint8_t>::table(0), Rows<Greatest, uint16_t>::table(0), Rows<Greatest, float>::table(INT32_MIN)},
+    {rowsOf<Least, WholeNumbers, uint8_t, UINT8_MAX>, rowsOf<Least, WholeNumbers, uint16_t, UINT16_MAX>,
+     rowsOf<Least, TotalOrder, float, INT32_MAX>},
+    {rowsOf<Greatest, WholeNumbers, uint8_t, 0>, rowsOf<Greatest, WholeNumbers, uint16_t, 0>,
+     rowsOf<Greatest, TotalOrder, float, INT32_MIN>},
 };
 
 }  // namespace rasterkit::RASTERKIT_LEVEL

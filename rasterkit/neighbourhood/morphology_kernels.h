@@ -1,6 +1,7 @@
 #pragma once
 
 #include "rasterkit/core/kernel_table.h"
+#include "rasterkit/neighbourhood/row_pair.h"
 
 #include <stddef.h>
 #include <stdint.h>
@@ -22,12 +23,10 @@ template <class S>
 struct Joining {
   using Key = typename RankKey<S>::Type;
 
-  Key* line;            // n + (side - 1) * step keys; used up
-  size_t side;          // pixels
-  size_t step;          // samples a pixel
-  S* out;               // n samples
-  const S* in;          // what out keeps where the mask is 0; may be out
-  const uint8_t* mask;  // one byte a pixel; null: everywhere
+  Key* line;    // n + (side - 1) * step keys; used up
+  size_t side;  // pixels
+  size_t step;  // samples a pixel
+  S* out;       // n samples
 
   size_t joined[16] = {};  // keys at the beginning of the line that cover 4, 16, 64 ... pixels
   size_t done = 0;         // samples written
@@ -51,13 +50,14 @@ struct ExtremumRows {
   void (*meet)(const Key* suffix, const Key* prefix, Key* line, size_t n);
   // row = pick(row, next)
   void (*gather)(Key* row, const Key* next, size_t n);
-  // line = pick(above, here, below)
-  void (*downThree)(const S* above, const S* here, const S* below, Key* line, size_t n);
-
   // out[i] = pick over line[i + j * step], j from 0 to side - 1, as far as the first `known` keys of the line allow.
   // last: there are no more of them.
   // known is a multiple of step.
   void (*across)(Joining<S>& joining, size_t known, bool last);
+
+  // Two rows of n samples, of squares that reach 1 to kMostReach pixels each way: rows.in are twice that and two.
+  static constexpr int kMostReach = 4;
+  void (*squares[kMostReach])(const RowPair<S>& rows, size_t n, size_t step);
 };
 
 struct ExtremumTables {

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "tests/support/picture.h"
 
@@ -259,6 +261,100 @@ TEST(Morphology, wideRowsAgreeWithTheDefinition) {
       useLevel("best");
     }
   }
+}
+
+// The extremum over so many samples on either side along one axis: of a square, one axis after the other.
+CPxImage alongModel(const CPxImage& image, int size, bool greatest, bool down) {
+  CPxImage made = image;
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x)
+      for (int c = 0; c < image.channels; ++c) {
+        double picked = sampleAt(image, x, y, c);
+        for (int i = -size; i <= size; ++i) {
+          const int u = std::clamp(down ? x : x + i, 0, image.width - 1);
+          const double sample = sampleAt(image, u, std::clamp(down ? y + i : y, 0, image.height - 1), c);
+          if (greatest ? std::strong_order(picked, sample) < 0 : std::strong_order(sample, picked) < 0) picked = sample;
+        }
+        setSample(made, x, y, c, picked);
+      }
+  return made;
+}
+CPxImage squareModel(const CPxImage& image, int size, bool greatest) {
+  return alongModel(alongModel(image, size, greatest, false), size, greatest, true);
+}
+
+// All four methods at every level, into another image and in place.
+void expectTheModel(const CPxImage& before, int size, const std::string& what) {
+  const CPxImage least = squareModel(before, size, false), greatest = squareModel(before, size, true);
+  const CPxImage expected[] = {least, greatest, squareModel(least, size, true), squareModel(greatest, size, false)};
+  for (const char* const level : {"baseline", "v2", "v3", "v4", "best"}) {
+    if (!useLevel(level)) continue;
+    for (std::size_t i = 0; i < std::size(kMethods); ++i) {
+      EXPECT_PICTURE(result(kMethods[i], before, size), expected[i]) << what << ", method " << i << ", " << level;
+      CPxImage inPlace = before;
+      EXPECT_EQ((CPxMorphologicProcessing(&inPlace).*kMethods[i])(inPlace, size), 1);
+      EXPECT_PICTURE(inPlace, expected[i]) << what << ", method " << i << " in place, " << level;
+    }
+  }
+  useLevel("best");
+}
+
+// Small squares are made by two rows and by pieces of 1024 bytes, and a bit more for the last piece.
+TEST(Morphology, smallSquaresAgreeWithTheDefinitionInEveryPiece) {
+  Random random(16);
+  for (const PixelType type : pixelTypes()) {
+    const int bytes = (type.bits <= 8    ? 1
+                       : type.bits <= 16 ? 2
+                                         : 4) *
+                      randomImage(random, {type.model, type.bits}, 1, 1).channels;
+    int height = 1;
+    for (const int width :
+         {1, 2, 9, 1024 / bytes, 1024 / bytes + 1, 1088 / bytes - 1, 1088 / bytes, 1088 / bytes + 3}) {
+      const CPxImage before = randomImage(random, {type.model, type.bits}, width, height);
+      for (const int size : {1, 2, 3, 4})
+        expectTheModel(before, size, nameOf(type) + " " + std::to_string(width) + " x " + std::to_string(height));
+      height = height % 7 + 1;
+    }
+  }
+}
+
+// Floats are compared by their bits until one with a sign is picked: kinds of them side by side, wider than a piece.
+TEST(Morphology, smallSquaresOfAllKindsOfFloatsAgreeWithTheDefinition) {
+  Random random(17);
+  const float inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
+  const std::vector<float> kinds[] = {{0, 1, 2.5F, inf},       {0, -0.0F},        {3, 4, 5, 6, 7, 8, 9, -1},
+                                      {-1, -2, -inf, -1e-40F}, {nan, -nan, 1, 0}, {1e-40F, 2e-40F, nan}};
+  for (std::size_t first = 0; first < std::size(kinds); ++first) {
+    CPxImage before(CM_GRAY, 32, 1300, 5);
+    for (int y = 0; y < before.height; ++y)
+      for (int x = 0; x < before.width; ++x) {
+        const auto& kind = kinds[(first + static_cast<std::size_t>(x) / 300) % std::size(kinds)];
+        setSample(before, x, y, 0, random.pick(kind));
+      }
+    for (const int size : {1, 2, 3, 4}) expectTheModel(before, size, "kind " + std::to_string(first));
+  }
+}
+
+TEST(Morphology, theMaskSelectsOfSmallAndLargeSquares) {
+  Random random(18);
+  for (const PixelType type : pixelTypes())
+    for (const int height : {1, 2, 5, 12}) {
+      const CPxImage before = randomImage(random, {type.model, type.bits}, 70, height);
+      CPxImage mask = randomMask(random, 70, height);
+      for (const int size : {1, 2, 3, 4, 5, 9}) {
+        CPxImage expected = squareModel(before, size, true);
+        for (int y = 0; y < height; ++y)
+          for (int x = 0; x < 70; ++x)
+            for (int c = 0; c < before.channels && sampleAt(mask, x, y, 0) == 0; ++c)
+              setSample(expected, x, y, c, sampleAt(before, x, y, c));
+        EXPECT_PICTURE(result(&CPxMorphologicProcessing::Dilate, before, size, &mask), expected) << nameOf(type);
+        CPxImage inPlace = before;
+        CPxMorphologicProcessing morphology(&inPlace);
+        morphology.SetAOIImage(&mask);
+        EXPECT_EQ(morphology.Dilate(inPlace, size), 1);
+        EXPECT_PICTURE(inPlace, expected) << nameOf(type) << " in place";
+      }
+    }
 }
 
 // Rows so wide that those kept for both passes exceed a megabyte: the passes then follow one another.
