@@ -332,19 +332,48 @@ void pickPairs(Squares squares, Output<S> out, int height) {
   }
 }
 
+// One extremum, over a square of any size but 0.
+template <class S>
+void pickSquares(const ExtremumRows<S>& rows, View<const S> in, View<S> out, int size,
+                 View<const std::uint8_t> mask = {}) {
+  Output<S> output(in, out, mask);
+  if (size <= rows.kMostReach)
+    pickPairs(SmallSquares(rows, in, size, ImageRows<S>(in, out, size)), std::move(output), in.height);
+  else
+    pickAll(SquareExtrema<S>(rows, in, std::move(output), size), in.height);
+}
+
+// And then the other extremum of that.
+template <class S>
+void pickSquaresTwice(const ExtremumRows<S>& one, const ExtremumRows<S>& other, View<const S> in, View<S> out,
+                      int size) {
+  const View<const S> between{out.first, out.width, out.height, out.channels, out.stride};
+  const int down = std::min(size, in.height - 1);
+  const bool small = size <= one.kMostReach;
+  // The second goes on as soon as it has the rows it needs, while they are in the cache, unless so many rows are kept
+  // for both that it shows in the memory used. The first of small squares keeps none but in place.
+  constexpr std::int64_t little = 1 << 20;
+  if ((!small || in.first == out.first) && (2 * std::int64_t{down} + 2) * in.stride > little) {
+    pickSquares(one, in, out, size);
+    pickSquares(other, between, out, size);
+  } else if (small) {
+    pickPairs(SmallSquares(other, in, size, PickedRows<S>(one, in, out, size)), Output<S>(in, out), in.height);
+  } else {
+    SquareExtrema<S> ahead(one, in, Output<S>(in, out), size), behind(other, between, Output<S>(between, out), size);
+    for (std::int64_t y = 0; y < std::int64_t{in.height} + down; ++y) {
+      if (y < in.height) ahead.pick(static_cast<int>(y));
+      if (y >= down) behind.pick(static_cast<int>(y - down));
+    }
+  }
+}
+
 int pickOnce(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum extremum) {
   if (size < 0) return 0;
   Operands operands(self, dst, {1, 4}, AreaOfInterest::honoured);
   if (!operands) return 0;
   if (size == 0) return operands.copySamples(), 1;
   return bySample(operands.source(), dst, [&]<class S>(View<const S> in, View<S> out) {
-    const ExtremumRows<S>& rows = extremumRows<S>(extremum);
-    Output<S> output(in, out, operands.mask());
-    if (in.height == 0) return 1;
-    if (size <= rows.kMostReach)
-      pickPairs(SmallSquares(rows, in, size, ImageRows<S>(in, out, size)), std::move(output), in.height);
-    else
-      pickAll(SquareExtrema<S>(rows, in, std::move(output), size), in.height);
+    if (in.height > 0) pickSquares(extremumRows<S>(extremum), in, out, size, operands.mask());
     return 1;
   });
 }
@@ -359,29 +388,7 @@ int pickTwice(CPxImageProcessingBase& self, CPxImage& dst, int size, Extremum fi
   Operands operands(self, dst, {1, 4});
   if (size == 0) return operands.copySamples(), 1;
   return bySample(*source, dst, [&]<class S>(View<const S> in, View<S> out) {
-    if (in.height == 0) return 1;
-    const ExtremumRows<S>&one = extremumRows<S>(first), &other = extremumRows<S>(second);
-    if (size <= one.kMostReach) {
-      pickPairs(SmallSquares(other, in, size, PickedRows<S>(one, in, out, size)), Output<S>(in, out), in.height);
-      return 1;
-    }
-    const View<const S> between{out.first, out.width, out.height, out.channels, out.stride};
-    const auto begin = [&] { return SquareExtrema<S>(one, in, Output<S>(in, out), size); };
-    const auto end = [&] { return SquareExtrema<S>(other, between, Output<S>(between, out), size); };
-    // The second goes on as soon as it has the rows it needs, while they are in the cache, unless so many rows are
-    // kept for both that it shows in the memory used.
-    constexpr std::int64_t little = 1 << 20;
-    const std::int64_t down = std::min(size, in.height - 1);
-    if ((2 * down + 2) * in.stride <= little) {
-      auto ahead = begin(), behind = end();
-      for (std::int64_t y = 0; y < in.height + down; ++y) {
-        if (y < in.height) ahead.pick(static_cast<int>(y));
-        if (y >= down) behind.pick(static_cast<int>(y - down));
-      }
-    } else {
-      pickAll(begin(), in.height);
-      pickAll(end(), in.height);
-    }
+    if (in.height > 0) pickSquaresTwice(extremumRows<S>(first), extremumRows<S>(second), in, out, size);
     return 1;
   });
 }

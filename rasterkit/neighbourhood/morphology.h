@@ -11,8 +11,9 @@
 ///          infinity, or below -infinity with its sign set.
 /// size     0 copies, 1 is 3 x 3; any size up to the greatest int, also beyond the image. Negative: 0, dst untouched.
 /// dst      takes the source's shape; may be the source itself.
-/// cost     the same for every size; memory for at most 2 size + 2 rows (with size columns more on either side), in
-///          place too; Open and Close for as many again while that is less than a megabyte.
+/// cost     the same for every size, less for small ones; memory for at most 2 size + 2 rows (with size columns more on
+///          either side), in place too, and for two more with a mask; Open and Close for as many again while that is
+///          less than a megabyte.
 class RASTERKIT_API CPxMorphologicProcessing : public CPxImageProcessingBase {
  public:
   CPxMorphologicProcessing() = default;

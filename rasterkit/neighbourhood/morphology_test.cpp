@@ -360,9 +360,17 @@ TEST(Morphology, theMaskSelectsOfSmallAndLargeSquares) {
 // Rows so wide that those kept for both passes exceed a megabyte: the passes then follow one another.
 TEST(Morphology, twoPassesOfVeryWideRowsAreOneAfterTheOther) {
   Random random(15);
-  const CPxImage before = randomImage(random, {CM_GRAY, 8}, 70001, 9);
-  EXPECT_PICTURE(opened(before, 8), dilated(eroded(before, 8), 8));
-  EXPECT_PICTURE(closed(before, 8), eroded(dilated(before, 8), 8));
+  const CPxImage before = randomImage(random, {CM_GRAY, 8}, 270001, 9);
+  for (const int size : {1, 4, 8}) {
+    const CPxImage expected[] = {dilated(eroded(before, size), size), eroded(dilated(before, size), size)};
+    for (const std::size_t i : {0, 1}) {
+      const Method method = kMethods[i + 2];
+      EXPECT_PICTURE(result(method, before, size), expected[i]) << "size " << size;
+      CPxImage inPlace = before;
+      EXPECT_EQ((CPxMorphologicProcessing(&inPlace).*method)(inPlace, size), 1);
+      EXPECT_PICTURE(inPlace, expected[i]) << "size " << size << " in place";
+    }
+  }
 }
 
 }  // namespace

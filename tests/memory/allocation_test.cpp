@@ -352,5 +352,21 @@ TEST(WithoutMemoryRecipe, losesNothing) {
   });
 }
 
+// Of wide images, whose few rows are large.
+TEST(WorkingMemory, morphologyKeepsTwiceTheSizeAndTwoRowsAndTwoForTheMask) {
+  using Method = int (CPxMorphologicProcessing::*)(CPxImage&, int);
+  CPxImage source(CM_RGBA, 32, 20000, 16), mask(CM_GRAY, 8, 20000, 16), dst = source;
+  for (const Method method : {&CPxMorphologicProcessing::Erode, &CPxMorphologicProcessing::Open})
+    for (CPxImage* const into : {&dst, &source})
+      for (CPxImage* const area : {static_cast<CPxImage*>(nullptr), &mask})
+        for (const int size : {1, 2, 3, 4, 5, 7}) {
+          CPxMorphologicProcessing morphology(&source);
+          morphology.SetAOIImage(area);
+          const long bytes = bytesFor([&] { EXPECT_EQ((morphology.*method)(*into, size), 1); });
+          EXPECT_LT(bytes, (2 * size + 2 + (area ? 2 : 0)) * (source.bytesPerLine + 1024L))
+              << "size " << size << (into == &source ? ", in place" : "") << (area ? ", with a mask" : "");
+        }
+}
+
 }  // namespace
 }  // namespace rasterkit::test

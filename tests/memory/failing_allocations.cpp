@@ -1,10 +1,15 @@
 #include "tests/memory/failing_allocations.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
 #include <new>
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 
 namespace rasterkit::test {
 namespace {
@@ -12,6 +17,8 @@ namespace {
 // Plain numbers: they must be usable before any constructor has run.
 long made = 0;
 long live = 0;
+long held = 0;  // bytes, by operator new
+long mostHeld = 0;
 constexpr long kNever = std::numeric_limits<long>::max();
 long failing = kNever;  // the number of the allocation that fails
 bool andAllAfter = false;
@@ -28,12 +35,26 @@ void* counted(void* block) {
   return block;
 }
 
+long sizeOf([[maybe_unused]] void* block) {
+#if defined(__GLIBC__)
+  return static_cast<long>(malloc_usable_size(block));
+#else
+  return 0;
+#endif
+}
+
+void* weighed(void* block) {
+  held += sizeOf(block);
+  mostHeld = std::max(mostHeld, held);
+  return counted(block);
+}
+
 // Null where memory has run out.
-void* taken(std::size_t size) { return runsOut() ? nullptr : counted(std::malloc(size ? size : 1)); }
+void* taken(std::size_t size) { return runsOut() ? nullptr : weighed(std::malloc(size ? size : 1)); }
 
 void* taken(std::size_t size, std::align_val_t alignment) {
   const auto step = static_cast<std::size_t>(alignment);
-  return runsOut() ? nullptr : counted(std::aligned_alloc(step, (size + step) / step * step));
+  return runsOut() ? nullptr : weighed(std::aligned_alloc(step, (size + step) / step * step));
 }
 
 void* allocated(void* block) {
@@ -43,6 +64,7 @@ void* allocated(void* block) {
 
 void freed(void* block) {
   if (block) --live;
+  held -= sizeOf(block);
   std::free(block);
 }
 
@@ -58,6 +80,9 @@ bool FailingAllocations::failed() const { return hasFailed; }
 
 long liveBlocks() { return live; }
 long allocations() { return made; }
+long heldBytes() { return held; }
+long mostHeldBytes() { return mostHeld; }
+void forgetMostHeld() { mostHeld = held; }
 
 }  // namespace rasterkit::test
 

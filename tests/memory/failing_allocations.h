@@ -21,6 +21,11 @@ class FailingAllocations {
 long liveBlocks();
 /// Allocations since the program began.
 long allocations();
+/// Bytes that operator new has given and that are not yet freed: now, and the most since forgetMostHeld. 0 where the C
+/// library does not tell.
+long heldBytes();
+long mostHeldBytes();
+void forgetMostHeld();
 
 /// How many allocations the action makes.
 template <class Action>
@@ -28,6 +33,15 @@ long allocationsOf(const Action& action) {
   const long before = allocations();
   action();
   return allocations() - before;
+}
+
+/// How many bytes of operator new the action holds at once.
+template <class Action>
+long bytesFor(const Action& action) {
+  forgetMostHeld();
+  const long before = heldBytes();
+  action();
+  return mostHeldBytes() - before;
 }
 
 }  // namespace rasterkit::test
