@@ -132,6 +132,7 @@ void eachRow(View<const S> in, View<S> out, View<const std::uint8_t> mask, const
   const auto channels = static_cast<std::size_t>(in.channels);
   const auto width = static_cast<std::size_t>(area.right - area.left);
   const std::size_t first = static_cast<std::size_t>(area.left) * channels, n = width * channels;
+  const SelectRow<S> select = kernelsOf<SelectKernels, S>();
   // Lines for what the mask selects of, and for rows beyond the area.
   std::vector<S> lines(mask.first || together > 1 ? n * together : 0);
   std::vector<const T*> piece(window.count());
@@ -174,7 +175,7 @@ void eachRow(View<const S> in, View<S> out, View<const std::uint8_t> mask, const
       row(piece.data(), pieces, samples);
     }
     for (int i = 0; mask.first && i < count; ++i)
-      kernelsOf<SelectKernels, S>()(to[i], mask.row(y + i) + area.left, channels, out.row(y + i) + first, width);
+      select(to[i], mask.row(y + i) + area.left, channels, out.row(y + i) + first, width);
   }
   for (int y = area.bottom; y < in.height; ++y) keep(in.row(y), out.row(y), in.samples());
 }

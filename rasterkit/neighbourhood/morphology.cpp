@@ -13,7 +13,7 @@
 // Small squares go another way: two rows at a time, each picked from all its rows at once (see the kernels).
 //
 // Beyond the image edge samples are repeated. They are in the window already, so it may as well end at the edge: rows
-// outside are left out, samples outside lose against every other.
+// outside are left out, or the edge's are looked at again, and samples outside lose against every other.
 
 #include <rasterkit/neighbourhood/morphology.h>
 
@@ -74,6 +74,7 @@ class Output {
       : in_(in),
         out_(out),
         mask_(mask),
+        select_(kernelsOf<SelectKernels, S>()),
         aside_(mask.first       ? 2 * in.samples()
                : in.height == 1 ? in.samples()
                                 : 0) {}
@@ -85,8 +86,8 @@ class Output {
   void finish(int y) {
     if (!mask_.first) return;
     if (in_.first != out_.first) std::copy_n(in_.row(y), in_.samples(), out_.row(y));
-    kernelsOf<SelectKernels, S>()(row(y), mask_.row(y), static_cast<std::size_t>(in_.channels), out_.row(y),
-                                  static_cast<std::size_t>(in_.width));
+    select_(row(y), mask_.row(y), static_cast<std::size_t>(in_.channels), out_.row(y),
+            static_cast<std::size_t>(in_.width));
   }
   // The image's row, or its last one.
   const S* next(std::int64_t y) const { return out_.row(static_cast<int>(std::min<std::int64_t>(y, out_.height - 1))); }
@@ -95,6 +96,7 @@ class Output {
   const View<const S> in_;
   const View<S> out_;
   const View<const std::uint8_t> mask_;
+  const SelectRow<S> select_;
   std::vector<S> aside_;
 };
 

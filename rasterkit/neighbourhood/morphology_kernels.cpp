@@ -117,7 +117,8 @@ struct Rows {
 // Squares that reach 1 to 4 pixels ------------------------------------------------------------------------------------
 
 // The bits of floats as they are, which are in order but for those with a sign. The least of several has it if any of
-// them has it, the greatest if all have it: only then the keys' pick is another one.
+// them has it, the greatest if all have: only then the keys' pick is another one. The neutral keys lose against all
+// others as bits too.
 struct Bits {
   int32_t seen[kLanes<float>] = {};  // what was picked, or-ed
 

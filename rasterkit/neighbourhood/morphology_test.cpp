@@ -335,6 +335,19 @@ TEST(Morphology, smallSquaresOfAllKindsOfFloatsAgreeWithTheDefinition) {
   }
 }
 
+// Of the two rows that are made at a time only one may see a row with a sign, or one without.
+TEST(Morphology, smallSquaresAgreeWithTheDefinitionWhereOneRowDiffersInSign) {
+  Random random(19);
+  for (int other = 0; other < 12; ++other)
+    for (const float sign : {1.0F, -1.0F}) {
+      CPxImage before(CM_GRAY, 32, 40, 12);
+      for (int y = 0; y < before.height; ++y)
+        for (int x = 0; x < before.width; ++x)
+          setSample(before, x, y, 0, (y == other ? -sign : sign) * static_cast<float>(random.between(1, 1000)));
+      for (const int size : {1, 2, 3, 4}) expectTheModel(before, size, "row " + std::to_string(other));
+    }
+}
+
 TEST(Morphology, theMaskSelectsOfSmallAndLargeSquares) {
   Random random(18);
   for (const PixelType type : pixelTypes())
