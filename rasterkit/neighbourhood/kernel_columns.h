@@ -11,8 +11,8 @@ namespace {
 // order too: what compares equal has the same bits. The bound is there for noise; that there is no NaN is seen by it
 // too.
 struct PlainOrder {
-  int32_t leastBits[kLanes<float>];  // those of -0 are the least
-  int32_t mostBits[kLanes<float>];   // of the sums of columns' magnitudes
+  alignas(64) int32_t leastBits[kLanes<float>];  // those of -0 are the least
+  alignas(64) int32_t mostBits[kLanes<float>];   // of the sums of columns' magnitudes
 
   PlainOrder() {
     for (int32_t& bits : leastBits) bits = INT32_MAX;

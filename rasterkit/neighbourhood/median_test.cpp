@@ -218,6 +218,36 @@ TEST(RemoveRandomNoise, floatsOfEveryKindStandSideBySide) {
   }
 }
 
+// The total of what is truncated eight times lies up to 8 below the sum; or up to 7 above, where it rises from below 0.
+TEST(RemoveRandomNoise, isRightHoweverMuchIsTruncated) {
+  constexpr double almost = 1 - 0x1p-10, centre = 1000;
+  constexpr int wide = 70;
+  const struct {
+    std::array<double, 8> differences;  // from the neighbours in their order
+    int total;
+  } cases[] = {
+      {{50 + almost, 50 + almost, 50 + almost, 50 + almost, 50 + almost, 50 + almost, 50 + almost, 50 + almost}, 400},
+      {{-almost, -almost, -almost, -almost, -almost, -almost, -almost, 401}, 401},
+  };
+  for (const auto& [differences, total] : cases)
+    for (const int sign : {1, -1})
+      for (const int x : {1, 33, 68}) {
+        CPxImage image(CM_GRAY, 32, wide, 3);
+        for (int y = 0; y < 3; ++y)
+          for (int u = 0; u < wide; ++u) setSample(image, u, y, 0, centre);
+        std::vector<double> nine = {centre};
+        for (int k = 0; k < 8; ++k) {
+          const int place = k < 4 ? k : k + 1;  // of nine
+          nine.push_back(centre - sign * differences[static_cast<std::size_t>(k)]);
+          setSample(image, x - 1 + place % 3, place / 3, 0, nine.back());
+        }
+        std::ranges::sort(nine);
+        for (const int threshold : {total - 2, total - 1, total, total + 1})
+          EXPECT_EQ(sampleAt(withoutNoise(image, threshold), x, 1, 0), total > threshold ? nine[4] : centre)
+              << total << " at " << threshold << ", sign " << sign << ", column " << x;
+      }
+}
+
 #if __has_include(<xmmintrin.h>)
 TEST(Median, denormalsAreRankedThoughTheProcessorTakesThemForZero) {
   CPxImage image(CM_GRAY, 32, 3, 3);

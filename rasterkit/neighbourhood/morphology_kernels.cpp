@@ -120,7 +120,7 @@ struct Rows {
 // them has it, the greatest if all have: only then the keys' pick is another one. The neutral keys lose against all
 // others as bits too.
 struct Bits {
-  int32_t seen[kLanes<float>] = {};  // what was picked, or-ed
+  alignas(64) int32_t seen[kLanes<float>] = {};  // what was picked, or-ed
 
   static int32_t keyOf(float sample) { return bitsOf(sample); }
   static float sampleOf(int32_t bits) {

@@ -5,55 +5,51 @@
 namespace rasterkit::RASTERKIT_LEVEL {
 namespace {
 
-// Eight times a sample less its neighbours, of two rows from some place on, in two parts: what its own column gives,
-// and the sum of another column.
+// The sums of the columns of two rows from some place on.
 template <class S, class Sum>
-struct Differences {
-  static constexpr size_t own = 0, side = kMost<S>, lower = 2 * kMost<S>, size = 4 * kMost<S>;
+struct Sums {
+  static constexpr size_t lower = kMost<S>, size = 2 * kMost<S>;
 
   Sum* __restrict sums;
 
-  Differences from(size_t i) const { return {sums + i}; }
-
-  // rest: the column without its centre.
-  void put(size_t i, Sum centre, Sum rest, Sum column) const {
-    sums[own + i] = static_cast<Sum>(8 * centre - rest);
-    sums[side + i] = column;
-  }
+  Sums from(size_t i) const { return {sums + i}; }
 
   void take(size_t i, S above, S first, S second, S below) const {
-    const auto a = static_cast<Sum>(first), b = static_cast<Sum>(second), both = static_cast<Sum>(a + b);
-    put(i, a, static_cast<Sum>(b + above), static_cast<Sum>(both + above));
-    put(lower + i, b, static_cast<Sum>(a + below), static_cast<Sum>(both + below));
+    const auto both = static_cast<Sum>(static_cast<Sum>(first) + static_cast<Sum>(second));
+    sums[i] = static_cast<Sum>(both + static_cast<Sum>(above));
+    sums[lower + i] = static_cast<Sum>(both + static_cast<Sum>(below));
   }
 
+  // Eight times the centre less its neighbours: nine times less all.
   template <size_t step>
-  Sum at(size_t i) const {
-    return static_cast<Sum>(sums[own + i + step] - static_cast<Sum>(sums[side + i] + sums[side + i + 2 * step]));
+  Sum differenceAt(size_t i, S centre) const {
+    const auto beside = static_cast<Sum>(sums[i] + sums[i + 2 * step]);
+    return static_cast<Sum>(9 * static_cast<Sum>(centre) - static_cast<Sum>(sums[i + step] + beside));
   }
 };
 
 // choice(row, i, difference, centre, median): what becomes of sample i of one row or the other.
 template <size_t step, size_t lanes, class Order, class S, class Sum, class F>
 [[gnu::noinline]] void chooseVectors(const S* __restrict first, const S* __restrict second, Later<S> fetching,
-                                     Columns<Order, S> columns, Differences<S, Sum> differences, S* __restrict outFirst,
+                                     Columns<Order, S> columns, Sums<S, Sum> sums, S* __restrict outFirst,
                                      S* __restrict outSecond, size_t count, F choice) {
   inVectors<lanes, S>(count, fetching, [&](size_t i, size_t) {
-    outFirst[i] = choice(0, i, differences.template at<step>(i), first[i + step], columns.template medianAt<step>(i));
-    outSecond[i] = choice(1, i, differences.template at<step>(differences.lower + i), second[i + step],
+    const S upper = first[i + step], lower = second[i + step];
+    outFirst[i] = choice(0, i, sums.template differenceAt<step>(i, upper), upper, columns.template medianAt<step>(i));
+    outSecond[i] = choice(1, i, sums.template differenceAt<step>(sums.lower + i, lower), lower,
                           columns.template medianAt<step>(columns.lower + i));
   });
 }
 
 // choiceFrom(from): such a choice whose i begins there.
 template <size_t lanes, class Order, class S, class Sum, class F>
-inline void choose(const RowPair<S>& rows, size_t n, size_t step, Columns<Order, S> columns,
-                   Differences<S, Sum> differences, F choiceFrom) {
+inline void choose(const RowPair<S>& rows, size_t n, size_t step, Columns<Order, S> columns, Sums<S, Sum> sums,
+                   F choiceFrom) {
   byStep(step, [&]<size_t pixel>(Step<pixel>) {
     overlapping<lanes>(n - 2 * pixel, [&](size_t from, size_t count) {
       chooseVectors<pixel, lanes>(rows.in[1] + from, rows.in[2] + from,
                                   Later<S>{rows.nextOut[0] + from, rows.nextOut[1] + from}, columns.from(from),
-                                  differences.from(from), rows.out[0] + pixel + from, rows.out[1] + pixel + from, count,
+                                  sums.from(from), rows.out[0] + pixel + from, rows.out[1] + pixel + from, count,
                                   choiceFrom(from));
     });
   });
@@ -78,18 +74,18 @@ template <class S>
 void denoise(const RowPair<S>& rows, size_t n, size_t step, int threshold) {
   using Sum = typename SumOf<S>::Type;
   alignas(64) S keys[Columns<WholeNumbers, S>::size];
-  alignas(64) Sum sums[Differences<S, Sum>::size];
+  alignas(64) Sum room[Sums<S, Sum>::size];
   const Columns<WholeNumbers, S> columns{keys};
-  const Differences<S, Sum> differences{sums};
+  const Sums<S, Sum> sums{room};
   WholeNumbers order;
-  sortColumns(rows, n, columns, order, differences);
+  sortColumns(rows, n, columns, order, sums);
   // Neither below -limit nor above limit: moved to the least numbers of the type, one comparison tells both. It is a
   // signed one, which processors without AVX-512 have.
   using Signed = typename SumOf<S>::Signed;
   constexpr auto half = static_cast<Sum>(static_cast<Sum>(-1) / 2 + 1);
   const auto limit = static_cast<Sum>(least(threshold, 8 * static_cast<S>(-1)));
   const auto shift = static_cast<Sum>(limit + half), most = static_cast<Sum>(2 * limit + half);
-  choose<kLanes<S>>(rows, n, step, columns, differences, [=](size_t) {
+  choose<kLanes<S>>(rows, n, step, columns, sums, [=](size_t) {
     return [=](int, size_t, Sum difference, S centre, S middle) {
       return static_cast<Signed>(difference + shift) <= static_cast<Signed>(most) ? centre : middle;
     };
@@ -211,22 +207,25 @@ void judgeAll(const RowPair<float>& rows, size_t n, size_t step, int limit) {
   }
 }
 
-// A sum in single precision tells most samples apart: each of the eight truncations takes less than 1, each of at most
-// 12 roundings less than 18 x 2^-24 of the greatest magnitude, and the limit's, where sums come near it, less than
-// 32 x 2^-24 of it: less than 8 and 2^-16 of it in all. The ninth is for the margin's own rounding. Sums of whole
+// A sum in single precision tells most samples apart. Each of eight truncations takes less than 1, toward 0; of those
+// before a positive total at most seven went up, as the last one did not. So the total lies less than 8 below and less
+// than 7 above the sum: it exceeds the limit where the sum does by 8, and, being whole, does not where the sum is 6
+// below. Each of at most 12 roundings takes less than 18 x 2^-24 of the greatest magnitude, and the limit's, where sums
+// come near it, less than 32 x 2^-24: 2^-16 of it in all. A sixteenth is for the margin's own rounding. Sums of whole
 // numbers below 2^20 are exact, and nothing is truncated; a limit that is rounded is beyond them.
 template <class Order>
 void tellApart(const RowPair<float>& rows, size_t n, size_t step, int limit, Doubtful& doubtful,
-               Columns<Order, float> columns, Differences<float, float> differences, float bound) {
+               Columns<Order, float> columns, Sums<float, float> sums, float bound) {
   const size_t count = n - 2 * step;
   const bool exact = bound < 1 << 20 && areAllWhole(rows.in, n);
-  const float margin = exact ? 0 : 9 + bound * 0x1p-16F;
+  const float middleOfDoubt = static_cast<float>(limit + 1);
+  const float margin = exact ? 0.5F : 7.0625F + bound * 0x1p-16F;
   uint8_t doubts[2][kMost<float>];
   for (uint8_t* const some : doubts) __builtin_memset(some + count, 0, 8);
-  choose<kLanes<uint8_t>>(rows, n, step, columns, differences, [=, &doubts](size_t from) {
+  choose<kLanes<uint8_t>>(rows, n, step, columns, sums, [=, &doubts](size_t from) {
     return [=, first = doubts[0] + from, second = doubts[1] + from](int row, size_t i, float difference, float centre,
                                                                     float middle) {
-      const float beyond = __builtin_fabsf(difference) - static_cast<float>(limit);
+      const float beyond = __builtin_fabsf(difference) - middleOfDoubt;
       (row == 0 ? first : second)[i] = __builtin_fabsf(beyond) < margin ? 1 : 0;
       return beyond > -margin ? middle : centre;
     };
@@ -242,27 +241,27 @@ void tellApart(const RowPair<float>& rows, size_t n, size_t step, int limit, Dou
 }
 
 void tellApartInTotalOrder(const RowPair<float>& rows, size_t n, size_t step, int limit, Doubtful& doubtful,
-                           Differences<float, float> differences, float bound) {
+                           Sums<float, float> sums, float bound) {
   alignas(64) int32_t keys[Columns<TotalOrder, float>::size];
   const Columns<TotalOrder, float> columns{keys};
   TotalOrder order;
   sortColumns(rows, n, columns, order, Nothing());
-  tellApart(rows, n, step, limit, doubtful, columns, differences, bound);
+  tellApart(rows, n, step, limit, doubtful, columns, sums, bound);
 }
 
 void denoise(const RowPair<float>& rows, size_t n, size_t step, int threshold, bool plain, Doubtful& doubtful) {
-  alignas(64) float keys[Columns<PlainOrder, float>::size], sums[Differences<float, float>::size];
+  alignas(64) float keys[Columns<PlainOrder, float>::size], room[Sums<float, float>::size];
   const Columns<PlainOrder, float> columns{keys};
-  const Differences<float, float> differences{sums};
+  const Sums<float, float> sums{room};
   PlainOrder order;
-  sortColumns(rows, n, columns, order, differences);  // in vain but for the differences if the order does not suit
+  sortColumns(rows, n, columns, order, sums);  // in vain but for the sums if the order does not suit
   const float bound = order.bound();
   if (!(bound < kMostMagnitude)) return judgeAll<truncated>(rows, n, step, threshold);  // NaN too
   const int limit = least(threshold, kMostLimit);
   if (plain && order.suits())
-    tellApart(rows, n, step, limit, doubtful, columns, differences, bound);
+    tellApart(rows, n, step, limit, doubtful, columns, sums, bound);
   else
-    tellApartInTotalOrder(rows, n, step, limit, doubtful, differences, bound);
+    tellApartInTotalOrder(rows, n, step, limit, doubtful, sums, bound);
 }
 
 template <class S>
