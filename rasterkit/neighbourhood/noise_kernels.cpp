@@ -158,6 +158,9 @@ class Doubtful {
   explicit Doubtful(int limit) : limit_(limit) {}
   ~Doubtful() { settle(); }
 
+  // What a total's magnitude must exceed to be noise.
+  int limit() const { return limit_; }
+
   // left: the place in three rows where the sample's neighbours begin; its median is in its place.
   void add(const float* const* rows, size_t step, size_t left, float* median) {
     const size_t here = left + step, right = here + step;
@@ -192,11 +195,18 @@ class Doubtful {
   const int limit_;
 };
 
-constexpr int kMostMagnitude = 1 << 22, kMostLimit = 16 * kMostMagnitude;
+// A piece of two rows of n samples, whose columns are summed; no magnitude is above the bound.
+struct FloatPiece {
+  const RowPair<float>& rows;
+  size_t n, step;
+  Sums<float, float> sums;
+  float bound;
+};
 
 // Judges every sample.
 template <int32_t (*truncate)(double)>
-void judgeAll(const RowPair<float>& rows, size_t n, size_t step, int limit) {
+void judgeAll(const FloatPiece& piece, int limit) {
+  const auto& [rows, n, step, sums, bound] = piece;
   tryMedians<TotalOrder>(rows, n, step);
   for (size_t row = 0; row < 2; ++row) {
     const float *const a = rows.in[row], *const b = rows.in[row + 1], *const c = rows.in[row + 2];
@@ -211,14 +221,15 @@ void judgeAll(const RowPair<float>& rows, size_t n, size_t step, int limit) {
 // before a positive total at most seven went up, as the last one did not. So the total lies less than 8 below and less
 // than 7 above the sum: it exceeds the limit where the sum does by 8, and, being whole, does not where the sum is 6
 // below. Each of at most 12 roundings takes less than 18 x 2^-24 of the greatest magnitude, and the limit's, where sums
-// come near it, less than 32 x 2^-24: 2^-16 of it in all. A sixteenth is for the margin's own rounding. Sums of whole
-// numbers below 2^20 are exact, and nothing is truncated; a limit that is rounded is beyond them.
+// come near it, less than 32 x 2^-24: with those of doubles 2^-16 of it in all. A sixteenth is for the margin's own
+// rounding. Sums of whole numbers below 2^20 are exact, and nothing is truncated; a limit that is rounded is beyond
+// them.
 template <class Order>
-void tellApart(const RowPair<float>& rows, size_t n, size_t step, int limit, Doubtful& doubtful,
-               Columns<Order, float> columns, Sums<float, float> sums, float bound) {
+void tellApart(const FloatPiece& piece, Columns<Order, float> columns, Doubtful& doubtful) {
+  const auto& [rows, n, step, sums, bound] = piece;
   const size_t count = n - 2 * step;
   const bool exact = bound < 1 << 20 && areAllWhole(rows.in, n);
-  const float middleOfDoubt = static_cast<float>(limit + 1);
+  const float middleOfDoubt = static_cast<float>(doubtful.limit() + 1);
   const float margin = exact ? 0.5F : 7.0625F + bound * 0x1p-16F;
   uint8_t doubts[2][kMost<float>];
   for (uint8_t* const some : doubts) __builtin_memset(some + count, 0, 8);
@@ -234,20 +245,21 @@ void tellApart(const RowPair<float>& rows, size_t n, size_t step, int limit, Dou
   uint16_t places[2][kMost<float>];
   const size_t some[] = {placesOf(doubts[0], count, places[0]), placesOf(doubts[1], count, places[1])};
   // Gathering so many would take longer.
-  if (some[0] + some[1] > count / 2) return judgeAll<truncatedWithin>(rows, n, step, limit);
+  if (some[0] + some[1] > count / 2) return judgeAll<truncatedWithin>(piece, doubtful.limit());
   for (size_t row = 0; row < 2; ++row)
     for (size_t i = 0; i < some[row]; ++i)
       doubtful.add(rows.in + row, step, places[row][i], rows.out[row] + step + places[row][i]);
 }
 
-void tellApartInTotalOrder(const RowPair<float>& rows, size_t n, size_t step, int limit, Doubtful& doubtful,
-                           Sums<float, float> sums, float bound) {
+void tellApartInTotalOrder(const FloatPiece& piece, Doubtful& doubtful) {
   alignas(64) int32_t keys[Columns<TotalOrder, float>::size];
   const Columns<TotalOrder, float> columns{keys};
   TotalOrder order;
-  sortColumns(rows, n, columns, order, Nothing());
-  tellApart(rows, n, step, limit, doubtful, columns, sums, bound);
+  sortColumns(piece.rows, piece.n, columns, order, Nothing());
+  tellApart(piece, columns, doubtful);
 }
+
+constexpr int kMostMagnitude = 1 << 22, kMostLimit = 16 * kMostMagnitude;
 
 void denoise(const RowPair<float>& rows, size_t n, size_t step, int threshold, bool plain, Doubtful& doubtful) {
   alignas(64) float keys[Columns<PlainOrder, float>::size], room[Sums<float, float>::size];
@@ -255,13 +267,13 @@ void denoise(const RowPair<float>& rows, size_t n, size_t step, int threshold, b
   const Sums<float, float> sums{room};
   PlainOrder order;
   sortColumns(rows, n, columns, order, sums);  // in vain but for the sums if the order does not suit
-  const float bound = order.bound();
-  if (!(bound < kMostMagnitude)) return judgeAll<truncated>(rows, n, step, threshold);  // NaN too
-  const int limit = least(threshold, kMostLimit);
-  if (plain && order.suits())
-    tellApart(rows, n, step, limit, doubtful, columns, sums, bound);
+  const FloatPiece piece{rows, n, step, sums, order.bound()};
+  if (!(piece.bound < kMostMagnitude))  // NaN too
+    judgeAll<truncated>(piece, threshold);
+  else if (plain && order.suits())
+    tellApart(piece, columns, doubtful);
   else
-    tellApartInTotalOrder(rows, n, step, limit, doubtful, sums, bound);
+    tellApartInTotalOrder(piece, doubtful);
 }
 
 template <class S>
