@@ -80,9 +80,7 @@ struct Rows {
     const K* const second = line + covered * step;
     const K* const third = second + covered * step;
     const K* const last = line + (side - covered) * step;
-    if (side <= covered) {
-      for (size_t i = 0; i < n; ++i) out[i] = Order::sampleOf(line[i]);
-    } else if (side <= covered * 2) {
+    if (side <= covered * 2) {
       for (size_t i = 0; i < n; ++i) out[i] = Order::sampleOf(pick(line[i], last[i]));
     } else if (side <= covered * 3) {
       for (size_t i = 0; i < n; ++i) out[i] = Order::sampleOf(pick(pick(line[i], second[i]), last[i]));

@@ -134,9 +134,10 @@ inline size_t lowestByte(uint64_t eight) {
 }
 
 // The places of the bytes that are 1, of bytes that are 1 or 0: the eights that have any, whatever they have, and then
-// those in each, of which there is hardly ever more than one. After the last byte there are zeros up to a whole eight.
+// those in each, of which there is hardly ever more than one. There are no more bytes than samples in a piece, and
+// after the last of them zeros up to a whole eight.
 size_t placesOf(const uint8_t* ones, size_t n, uint16_t* places) {
-  uint16_t eights[kMost<float> / 8 + 1];
+  uint16_t eights[kPiece<float> / 8];
   size_t some = 0, count = 0;
   for (size_t i = 0; i < n; i += 8) {
     uint64_t eight;

@@ -176,7 +176,7 @@ def noticed(times, jobs):
 
 def kernel_files(only):
     processor = pathlib.Path("/proc/cpuinfo").read_text()
-    for path in sorted(TREE.glob("rasterkit/*/*_kernels*.cpp")):
+    for path in sorted([*TREE.glob("rasterkit/*/*_kernels*.cpp"), *TREE.glob("rasterkit/*/kernel_*.h")]):
         feature = path.stem.rpartition("_kernels_")[2] if "_kernels_" in path.stem else ""
         if only in path.name and FEATURES.get(feature, "") in processor:
             yield path
