@@ -87,10 +87,6 @@ inline void byStep(size_t step, F f) {
   }
 }
 
-// A row is made in pieces whose sorted columns stay in the nearest cache.
-template <class S>
-constexpr size_t kPiece = 1024 / sizeof(S);
-
 // f(piece, count) for all pieces of n samples. A piece has a pixel more on either side, which is left out.
 template <class S, class F>
 inline void byPieces(const RowPair<S>& rows, size_t n, size_t step, F f) {

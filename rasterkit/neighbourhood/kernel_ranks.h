@@ -54,6 +54,10 @@ constexpr size_t kLanes = kVector / sizeof(S);  // samples in a vector
 template <class S>
 constexpr size_t kLine = 64 / sizeof(S);  // and in a line of the cache
 
+// A row is made in pieces: what is kept of their columns stays in the nearest cache.
+template <class S>
+constexpr size_t kPiece = 1024 / sizeof(S);
+
 // Lines of two rows that are wanted later, fetched into the second cache.
 template <class S>
 struct Later {

@@ -65,6 +65,12 @@ using Line = std::vector<T, InLines<T>>;
 // How far apart rows of n are kept: rows a multiple of 4096 bytes apart would share their places in the cache.
 std::size_t apart(std::size_t n) { return (n + 127) / 64 * 64; }
 
+// Row y, or the last one: for what is asked for ahead of its use.
+template <class S>
+const S* rowOrLast(View<S> image, std::int64_t y) {
+  return image.row(static_cast<int>(std::min<std::int64_t>(y, image.height - 1)));
+}
+
 // Where rows are written: in the image, or aside where a mask selects of them. Row y may be asked for again until row
 // y + 2 is, and one row below the image may be.
 template <class S>
@@ -89,8 +95,7 @@ class Output {
     select_(row(y), mask_.row(y), static_cast<std::size_t>(in_.channels), out_.row(y),
             static_cast<std::size_t>(in_.width));
   }
-  // The image's row, or its last one.
-  const S* next(std::int64_t y) const { return out_.row(static_cast<int>(std::min<std::int64_t>(y, out_.height - 1))); }
+  const S* next(std::int64_t y) const { return rowOrLast(out_, y); }
 
  private:
   const View<const S> in_;
@@ -253,7 +258,7 @@ class ImageRows {
   // y must not go back.
   const S* const* around(int y) { return window_.rows(y); }
   // A row that will be asked for, or the last one.
-  const S* next(std::int64_t y) const { return in_.row(static_cast<int>(std::min<std::int64_t>(y, in_.height - 1))); }
+  const S* next(std::int64_t y) const { return rowOrLast(in_, y); }
 
  private:
   const View<const S> in_;

@@ -141,7 +141,6 @@ struct Squares {
   using K = typename RankKey<S>::Type;
 
   static constexpr size_t side = 2 * reach + 1;
-  static constexpr size_t piece = 1024 / sizeof(S);
   static constexpr size_t room = kLine<S>;  // beside a piece: whole vectors
   static_assert(4 * reach <= room, "the margin of four channels");
 
@@ -187,7 +186,7 @@ struct Squares {
   // Makes samples `at` to `to` of rows of n, if the order suits.
   static bool tryPiece(const RowPair<S>& rows, size_t at, size_t to, size_t n, size_t step, K neutral) {
     // A piece begins at line[room].
-    alignas(64) K lines[2][piece + 3 * room];
+    alignas(64) K lines[2][kPiece<S> + 3 * room];
     K* const upper = lines[0] + room;
     K* const lower = lines[1] + room;
     const size_t margin = reach * step, before = at == 0 ? 0 : room, end = least(to + room, n);
@@ -214,9 +213,8 @@ struct Squares {
 template <class Pick, class Order, class S, size_t reach, typename RankKey<S>::Type neutral>
 void squareRows(const RowPair<S>& rows, size_t n, size_t step) {
   bool asBits = sizeof(S) == sizeof(float);  // until they do not suit
-  constexpr size_t piece = Squares<Pick, Order, S, reach>::piece;
   for (size_t at = 0, to; at < n; at = to) {
-    to = n - at < piece + kLanes<S> ? n : at + piece;
+    to = n - at < kPiece<S> + kLanes<S> ? n : at + kPiece<S>;
     if constexpr (sizeof(S) == sizeof(float))
       asBits = asBits && Squares<Pick, Bits, S, reach>::tryPiece(rows, at, to, n, step, neutral);
     if (!asBits) Squares<Pick, Order, S, reach>::tryPiece(rows, at, to, n, step, neutral);
