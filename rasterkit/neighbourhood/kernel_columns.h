@@ -113,7 +113,6 @@ struct Columns {
 
   K* __restrict keys;
 
-  Columns from(size_t i) const { return {keys + i}; }
   void put(size_t i, const Column<K>& column) const {
     keys[low + i] = column.low;
     keys[middle + i] = column.middle;
@@ -132,9 +131,9 @@ struct Columns {
 template <class Order, class S, class Also>
 [[gnu::noinline]] void sortVectors(const S* __restrict above, const S* __restrict first, const S* __restrict second,
                                    const S* __restrict below, LaterAndNext<S> fetching, Columns<Order, S> columns,
-                                   Order& __restrict order, Also also, size_t count) {
-  Order seen = order;
-  inVectors<kLanes<S>, S>(count, fetching, [&](size_t i, size_t lane) {
+                                   Order& __restrict order, Also also, size_t n) {
+  Order seen;
+  inVectors<S>(n, fetching, [&](size_t i, size_t lane) {
     const auto a = Order::keyOf(first[i]), b = Order::keyOf(second[i]);
     const auto lesser = least(a, b), greater = greatest(a, b);
     columns.put(i, insert(lesser, greater, Order::keyOf(above[i])));
@@ -147,23 +146,19 @@ template <class Order, class S, class Also>
 
 template <class Order, class S, class Also>
 inline void sortColumns(const RowPair<S>& rows, size_t n, Columns<Order, S> columns, Order& order, Also also) {
-  overlapping<kLanes<S>>(n, [&](size_t from, size_t count) {
-    sortVectors(rows.in[0] + from, rows.in[1] + from, rows.in[2] + from, rows.in[3] + from,
-                LaterAndNext<S>{{rows.nextIn[0] + from, rows.nextIn[1] + from}, rows.out[0] + from, rows.out[1] + from},
-                columns.from(from), order, also.from(from), count);
-  });
+  sortVectors(rows.in[0], rows.in[1], rows.in[2], rows.in[3],
+              LaterAndNext<S>{{rows.nextIn[0], rows.nextIn[1]}, rows.out[0], rows.out[1]}, columns, order, also, n);
 }
 
 struct Nothing {
-  Nothing from(size_t) const { return {}; }
   template <class S>
   void take(size_t, S, S, S, S) const {}
 };
 
 template <size_t step, class Order, class S>
 [[gnu::noinline]] void pickMedians(Columns<Order, S> columns, Later<S> fetching, S* __restrict first,
-                                   S* __restrict second, size_t count) {
-  inVectors<kLanes<S>, S>(count, fetching, [&](size_t i, size_t) {
+                                   S* __restrict second, size_t n) {
+  inVectors<S>(n, fetching, [&](size_t i, size_t) {
     first[i] = columns.template medianAt<step>(i);
     second[i] = columns.template medianAt<step>(columns.lower + i);
   });
@@ -178,10 +173,8 @@ bool tryMedians(const RowPair<S>& rows, size_t n, size_t step) {
   sortColumns(rows, n, columns, order, Nothing());
   if (!order.suits()) return false;
   byStep(step, [&]<size_t pixel>(Step<pixel>) {
-    overlapping<kLanes<S>>(n - 2 * pixel, [&](size_t from, size_t count) {
-      pickMedians<pixel>(columns.from(from), Later<S>{rows.nextOut[0] + from, rows.nextOut[1] + from},
-                         rows.out[0] + pixel + from, rows.out[1] + pixel + from, count);
-    });
+    pickMedians<pixel>(columns, Later<S>{rows.nextOut[0], rows.nextOut[1]}, rows.out[0] + pixel, rows.out[1] + pixel,
+                       n - 2 * pixel);
   });
   return true;
 }

@@ -91,25 +91,20 @@ struct LaterAndNext {
   }
 };
 
-// each(i, lane) for i from 0 to count, which is a multiple of the lanes or less than them. Lines are fetched as their
-// places are met: many at once would hold up everything else.
-template <size_t lanes, class S, class F, template <class> class Fetching>
-[[gnu::always_inline]] inline void inVectors(size_t count, Fetching<S> fetching, F each) {
-  size_t at = 0;
-  for (; at + lanes <= count; at += lanes) {
-    for (size_t i = 0; i < lanes; i += kLine<S>) fetching.fetch(at + i);
-    for (size_t lane = 0; lane < lanes; ++lane) each(at + lane, lane);
+// each(i, lane) for i from 0 to n in whole vectors, the last of which is done over from further left if need be; what
+// does not fill one is done singly. Lines are fetched as their places are met: many at once would hold up everything
+// else. There is one loop, since a second one's end is one more that the processor does not expect.
+template <class S, class F, template <class> class Fetching>
+[[gnu::always_inline]] inline void inVectors(size_t n, Fetching<S> fetching, F each) {
+  if (n < kLanes<S>) {
+    for (size_t i = 0; i < n; ++i) each(i, 0);
+    return;
   }
-  for (; at < count; ++at) each(at, 0);
-}
-
-// f(from, count) for 0 to n in whole vectors, the last of which is done over from further left if need be.
-template <size_t lanes, class F>
-inline void overlapping(size_t n, F f) {
-  if (n < lanes) return f(0, n);
-  const size_t whole = n / lanes * lanes;
-  f(0, whole);
-  if (whole < n) f(n - lanes, lanes);
+  for (size_t at = 0, last = n - kLanes<S>;; at = least(at + kLanes<S>, last)) {
+    for (size_t i = 0; i < kLanes<S>; i += kLine<S>) fetching.fetch(at + i);
+    for (size_t lane = 0; lane < kLanes<S>; ++lane) each(at + lane, lane);
+    if (at == last) return;
+  }
 }
 
 }  // namespace

@@ -330,6 +330,24 @@ TEST(RemoveRandomNoise, everySampleClassJudgesWholeNumbersAlike) {
   }
 }
 
+// Totals beyond 2^23, where floats have no halves left between whole numbers.
+TEST(RemoveRandomNoise, judgesLargeWholeNumbersExactly) {
+  constexpr int wide = 70;
+  for (const int less : {0, 1, 2, 3, 4, 5, 6, 7})
+    for (const int sign : {1, -1})
+      for (const int x : {1, 33, 68}) {
+        CPxImage image(CM_GRAY, 32, wide, 3);
+        for (int y = 0; y < 3; ++y)
+          for (int u = 0; u < wide; ++u) setSample(image, u, y, 0, u == x ? 0 : sign * -0x1p17);
+        const double centre = sign * (0x1p20 - 4);
+        setSample(image, x, 1, 0, centre);
+        setSample(image, x - 1, 0, 0, sign * (less - 0x1p17));
+        const int total = 8 * ((1 << 20) - 4) + 6 * (1 << 17) - less;
+        EXPECT_EQ(sampleAt(withoutNoise(image, total - 1), x, 1, 0), sign * -0x1p17) << less << ", " << x;
+        EXPECT_EQ(sampleAt(withoutNoise(image, total), x, 1, 0), centre) << less << ", " << x;
+      }
+}
+
 TEST(RemoveRandomNoise, theFrameStays) {
   const CPxImage before = gray8({{255, 0, 255}, {0, 0, 0}, {255, 0, 0}});
   for (const int threshold : {-1, 0, 100, 5000}) EXPECT_PICTURE(withoutNoise(before, threshold), before);

@@ -158,8 +158,8 @@ struct Squares {
                                          K* __restrict upper, K* __restrict lower, size_t n) {
     const S* in[side + 1];  // here they are known not to be changed by what is stored
     for (size_t k = 0; k <= side; ++k) in[k] = rows[k] + at;
-    Order seen = order;
-    inVectors<kLanes<S>, S>(n, fetching, [&](size_t i, size_t lane) {
+    Order seen;
+    inVectors<S>(n, fetching, [&](size_t i, size_t lane) {
       const K shared = down<1, side - 1>(in, i);
       upper[i] = Pick::pick(shared, Order::keyOf(in[0][i]));
       lower[i] = Pick::pick(shared, Order::keyOf(in[side][i]));
@@ -179,8 +179,7 @@ struct Squares {
 
   [[gnu::noinline]] static void pickAcross(const K* __restrict line, size_t step, LaterRow<S> fetching,
                                            S* __restrict out, size_t n) {
-    inVectors<kLanes<S>, S>(n, fetching,
-                            [&](size_t i, size_t) { out[i] = Order::sampleOf(across<side>(line + i, step)); });
+    inVectors<S>(n, fetching, [&](size_t i, size_t) { out[i] = Order::sampleOf(across<side>(line + i, step)); });
   }
 
   // Makes samples `at` to `to` of rows of n, if the order suits.
@@ -195,17 +194,12 @@ struct Squares {
       if (end == n) upper[n - at + i - 1] = lower[n - at + i - 1] = neutral;
     }
     Order order;
-    overlapping<kLanes<S>>(end - (at - before), [&](size_t from, size_t count) {
-      const size_t first = at - before + from;
-      pickDown(rows.in, first, {rows.nextIn[0] + first, rows.nextIn[1] + first}, order, upper - before + from,
-               lower - before + from, count);
-    });
+    const size_t first = at - before;
+    pickDown(rows.in, first, {rows.nextIn[0] + first, rows.nextIn[1] + first}, order, upper - before, lower - before,
+             end - first);
     if (!order.suits()) return false;
-    overlapping<kLanes<S>>(to - at, [&](size_t from, size_t count) {
-      const size_t first = at + from;
-      pickAcross(upper - margin + from, step, {rows.nextOut[0] + first}, rows.out[0] + first, count);
-      pickAcross(lower - margin + from, step, {rows.nextOut[1] + first}, rows.out[1] + first, count);
-    });
+    pickAcross(upper - margin, step, {rows.nextOut[0] + at}, rows.out[0] + at, to - at);
+    pickAcross(lower - margin, step, {rows.nextOut[1] + at}, rows.out[1] + at, to - at);
     return true;
   }
 };

@@ -25,8 +25,6 @@ struct Sums {
   Sum* __restrict sums;
   Sum nine = nineOf<Sum>();
 
-  Sums from(size_t i) const { return {sums + i, nine}; }
-
   void take(size_t i, S above, S first, S second, S below) const {
     const auto both = static_cast<Sum>(static_cast<Sum>(first) + static_cast<Sum>(second));
     sums[i] = static_cast<Sum>(both + static_cast<Sum>(above));
@@ -41,31 +39,33 @@ struct Sums {
   }
 };
 
-// choice(row, i, difference, centre, median): what becomes of sample i of one row or the other.
-template <size_t step, size_t lanes, class Order, class S, class Sum, class F>
+// choice.of(seen, row, lane, difference, centre, median) is what becomes of a sample of one row or the other; what it
+// notes on the way is added to seen.
+template <size_t step, class Order, class S, class Sum, class Choice>
 [[gnu::noinline]] void chooseVectors(const S* __restrict first, const S* __restrict second, Later<S> fetching,
                                      Columns<Order, S> columns, Sums<S, Sum> sums, S* __restrict outFirst,
-                                     S* __restrict outSecond, size_t count, F choice) {
-  inVectors<lanes, S>(count, fetching, [&](size_t i, size_t) {
+                                     S* __restrict outSecond, size_t n, Choice choice,
+                                     typename Choice::Seen& __restrict seen) {
+  typename Choice::Seen noted = seen;
+  inVectors<S>(n, fetching, [&](size_t i, size_t lane) {
     const S upper = first[i + step], lower = second[i + step];
-    outFirst[i] = choice(0, i, sums.template differenceAt<step>(i, upper), upper, columns.template medianAt<step>(i));
-    outSecond[i] = choice(1, i, sums.template differenceAt<step>(sums.lower + i, lower), lower,
-                          columns.template medianAt<step>(columns.lower + i));
+    outFirst[i] = choice.of(noted, 0, lane, sums.template differenceAt<step>(i, upper), upper,
+                            columns.template medianAt<step>(i));
+    outSecond[i] = choice.of(noted, 1, lane, sums.template differenceAt<step>(sums.lower + i, lower), lower,
+                             columns.template medianAt<step>(columns.lower + i));
   });
+  seen = noted;
 }
 
-// choiceFrom(from): such a choice whose i begins there.
-template <size_t lanes, class Order, class S, class Sum, class F>
-inline void choose(const RowPair<S>& rows, size_t n, size_t step, Columns<Order, S> columns, Sums<S, Sum> sums,
-                   F choiceFrom) {
+template <class Order, class S, class Sum, class Choice>
+inline typename Choice::Seen choose(const RowPair<S>& rows, size_t n, size_t step, Columns<Order, S> columns,
+                                    Sums<S, Sum> sums, Choice choice) {
+  typename Choice::Seen seen;
   byStep(step, [&]<size_t pixel>(Step<pixel>) {
-    overlapping<lanes>(n - 2 * pixel, [&](size_t from, size_t count) {
-      chooseVectors<pixel, lanes>(rows.in[1] + from, rows.in[2] + from,
-                                  Later<S>{rows.nextOut[0] + from, rows.nextOut[1] + from}, columns.from(from),
-                                  sums.from(from), rows.out[0] + pixel + from, rows.out[1] + pixel + from, count,
-                                  choiceFrom(from));
-    });
+    chooseVectors<pixel>(rows.in[1], rows.in[2], Later<S>{rows.nextOut[0], rows.nextOut[1]}, columns, sums,
+                         rows.out[0] + pixel, rows.out[1] + pixel, n - 2 * pixel, choice, seen);
   });
+  return seen;
 }
 
 // Whole numbers that hold 16 times the greatest sample. Differences wrap in them.
@@ -82,6 +82,24 @@ struct SumOf<uint16_t> {
   using Signed = int32_t;
 };
 
+// Neither below -limit nor above limit: moved to the least numbers of the type, one comparison tells both. It is a
+// signed one, which processors without AVX-512 have.
+template <class S>
+struct Exceeding {
+  using Sum = typename SumOf<S>::Type;
+  using Signed = typename SumOf<S>::Signed;
+  struct Seen {};
+  static constexpr auto half = static_cast<Sum>(static_cast<Sum>(-1) / 2 + 1);
+
+  Sum shift, most;
+
+  explicit Exceeding(Sum limit) : shift(static_cast<Sum>(limit + half)), most(static_cast<Sum>(2 * limit + half)) {}
+
+  S of(Seen&, int, size_t, Sum difference, S centre, S median) const {
+    return static_cast<Signed>(difference + shift) <= static_cast<Signed>(most) ? centre : median;
+  }
+};
+
 // Of a piece; the threshold is not negative.
 template <class S>
 void denoise(const RowPair<S>& rows, size_t n, size_t step, int threshold) {
@@ -92,17 +110,7 @@ void denoise(const RowPair<S>& rows, size_t n, size_t step, int threshold) {
   const Sums<S, Sum> sums{room};
   WholeNumbers order;
   sortColumns(rows, n, columns, order, sums);
-  // Neither below -limit nor above limit: moved to the least numbers of the type, one comparison tells both. It is a
-  // signed one, which processors without AVX-512 have.
-  using Signed = typename SumOf<S>::Signed;
-  constexpr auto half = static_cast<Sum>(static_cast<Sum>(-1) / 2 + 1);
-  const auto limit = static_cast<Sum>(least(threshold, 8 * static_cast<S>(-1)));
-  const auto shift = static_cast<Sum>(limit + half), most = static_cast<Sum>(2 * limit + half);
-  choose<kLanes<S>>(rows, n, step, columns, sums, [=](size_t) {
-    return [=](int, size_t, Sum difference, S centre, S middle) {
-      return static_cast<Signed>(difference + shift) <= static_cast<Signed>(most) ? centre : middle;
-    };
-  });
+  choose(rows, n, step, columns, sums, Exceeding<S>(static_cast<Sum>(least(threshold, 8 * static_cast<S>(-1)))));
 }
 
 // Of floats the eight differences are added in double, one at a time, and the total is truncated to a whole number each
@@ -140,79 +148,103 @@ inline bool areAllWhole(const float* const* four, size_t n) {
          areWhole(four[2], n) && areWhole(four[3], n);
 }
 
-// The place in memory of the lowest byte that is not 0.
-inline size_t lowestByte(uint64_t eight) {
-  const auto byte = static_cast<size_t>(__builtin_ctzll(eight)) / 8;
-  return __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 7 - byte : byte;
-}
+// Which samples of a piece of two rows are in doubt: in the word of the row and of the lane that worked on the sample,
+// a bit for each vector, the last one's the lowest.
+struct Doubts {
+  alignas(64) uint32_t words[2 * kLanes<float>] = {};  // row after row
+  static_assert(kPiece<float> / kLanes<float> <= 32, "a bit for each vector");
 
-// The places of the bytes that are 1, of bytes that are 1 or 0: the eights that have any, whatever they have, and then
-// those in each, of which there is hardly ever more than one. There are no more bytes than samples in a piece, and
-// after the last of them zeros up to a whole eight.
-size_t placesOf(const uint8_t* ones, size_t n, uint16_t* places) {
-  uint16_t eights[kPiece<float> / 8];
-  size_t some = 0, count = 0;
-  for (size_t i = 0; i < n; i += 8) {
-    uint64_t eight;
-    __builtin_memcpy(&eight, ones + i, sizeof eight);
-    eights[some] = static_cast<uint16_t>(i);
-    some += eight != 0;
+  void add(int row, size_t lane, bool doubt) {
+    uint32_t& word = words[static_cast<size_t>(row) * kLanes<float> + lane];
+    const uint32_t shifted = 2 * word;
+    word = doubt ? shifted + 1 : shifted;
   }
-  for (size_t k = 0; k < some; ++k) {
-    uint64_t eight;
-    __builtin_memcpy(&eight, ones + eights[k], sizeof eight);
-    for (; eight != 0; eight &= eight - 1) places[count++] = static_cast<uint16_t>(eights[k] + lowestByte(eight));
+  bool areInEveryLane() const {
+    uint32_t without = 0;
+    for (size_t lane = 0; lane < kLanes<float>; ++lane)
+      without += (words[lane] | words[kLanes<float> + lane]) == 0 ? 1 : 0;
+    return without == 0;
   }
-  return count;
-}
+
+  static constexpr size_t pairs = kLanes<float>;  // of words
+  uint64_t pairAt(size_t pair) const { return words[2 * pair] | static_cast<uint64_t>(words[2 * pair + 1]) << 32; }
+};
 
 // Samples in doubt, gathered from all pieces of two rows into whole vectors, of which several are worked on at a time.
 class Doubtful {
  public:
-  explicit Doubtful(int limit) : limit_(limit) {}
-  ~Doubtful() { settle(); }
+  Doubtful(const RowPair<float>& rows, size_t step, int limit) : rows_(rows), step_(step), limit_(limit) {}
+  ~Doubtful() { judge(); }
 
   // What a total's magnitude must exceed to be noise.
   int limit() const { return limit_; }
 
-  // left: the place in three rows where the sample's neighbours begin; its median is in its place.
-  void add(const float* const* rows, size_t step, size_t left, float* median) {
-    const size_t here = left + step, right = here + step;
-    for (size_t k = 0; k < 3; ++k) {
-      nine_[3 * k][count_] = rows[k][left];
-      nine_[3 * k + 1][count_] = rows[k][here];
-      nine_[3 * k + 2][count_] = rows[k][right];
+  // Those of a piece that begins at some place of the rows; besides a pixel on either side it has count samples, a
+  // vector at least. They have their medians so far.
+  void add(size_t at, size_t count, const Doubts& doubts) {
+    // Words by two, of one row; those that have a bit first, since they are few.
+    uint8_t pairs[Doubts::pairs];
+    size_t some = 0;
+    for (size_t k = 0; k < Doubts::pairs; ++k) {
+      pairs[some] = static_cast<uint8_t>(k);
+      some += doubts.pairAt(k) != 0;
     }
-    places_[count_] = median;
-    if (++count_ == room) settle();
+    // The last vector ends with the piece.
+    const size_t last = count - kLanes<float>, lastBegan = (count - 1) / kLanes<float> * kLanes<float>;
+    for (size_t k = 0; k < some; ++k) {
+      const size_t row = 2 * pairs[k] / kLanes<float>, lane = 2 * pairs[k] % kLanes<float>;
+      for (uint64_t pair = doubts.pairAt(pairs[k]); pair != 0; pair &= pair - 1) {
+        const auto bit = static_cast<size_t>(__builtin_ctzll(pair));
+        gather(row, at + least(lastBegan - bit % 32 * kLanes<float>, last) + lane + bit / 32);
+      }
+    }
   }
 
  private:
-  static constexpr size_t vector = 8, room = 8 * vector;
+  static constexpr size_t kRoom = 64, kDoubles = 8;  // in a vector
 
-  // Puts back those that are no noise after all.
-  void settle() {
-    const size_t whole = (count_ + vector - 1) / vector * vector;
-    for (float* const some : nine_)
-      for (size_t i = count_; i < whole; ++i) some[i] = 0;
-    const float* const columns[] = {nine_[0], nine_[1], nine_[2], nine_[3], nine_[4],
-                                    nine_[5], nine_[6], nine_[7], nine_[8]};
-    uint32_t noise[room];
-    mark<truncatedWithin>(columns, whole, limit_, noise);
-    for (size_t i = 0; i < count_; ++i) *places_[i] = noise[i] ? *places_[i] : nine_[4][i];
-    count_ = 0;
+  // left: the place in three rows where the sample's neighbours begin.
+  void gather(size_t row, size_t left) {
+    const size_t here = left + step_, right = here + step_;
+    for (size_t k = 0; k < 3; ++k) {
+      const float* const in = rows_.in[row + k];
+      nine_[3 * k][gathered_] = in[left];
+      nine_[3 * k + 1][gathered_] = in[here];
+      nine_[3 * k + 2][gathered_] = in[right];
+    }
+    places_[gathered_] = rows_.out[row] + here;
+    if (++gathered_ == kRoom) judge();
   }
 
-  float nine_[9][room];
-  float* places_[room];
-  size_t count_ = 0;
+  // Puts back those that are no noise after all. What the last vector has besides is old or 0.
+  void judge() {
+    const float* const columns[] = {nine_[0], nine_[1], nine_[2], nine_[3], nine_[4],
+                                    nine_[5], nine_[6], nine_[7], nine_[8]};
+    uint32_t noise[kRoom];
+    mark<truncatedWithin>(columns, (gathered_ + kDoubles - 1) / kDoubles * kDoubles, limit_, noise);
+    for (size_t i = 0; i < gathered_; ++i) {
+      // As bits: a branch would be expected wrongly every other time.
+      const auto median = static_cast<uint32_t>(bitsOf(*places_[i]));
+      const auto centre = static_cast<uint32_t>(bitsOf(nine_[4][i]));
+      const uint32_t settled = (median & noise[i]) | (centre & ~noise[i]);
+      __builtin_memcpy(places_[i], &settled, sizeof settled);
+    }
+    gathered_ = 0;
+  }
+
+  const RowPair<float>& rows_;
+  const size_t step_;
   const int limit_;
+  float nine_[9][kRoom] = {};
+  float* places_[kRoom];
+  size_t gathered_ = 0;
 };
 
-// A piece of two rows of n samples, whose columns are summed; no magnitude is above the bound.
+// A piece of two rows, which begins at some place of them and has n samples. Its columns are summed; no magnitude is
+// above the bound.
 struct FloatPiece {
   const RowPair<float>& rows;
-  size_t n, step;
+  size_t at, n, step;
   Sums<float, float> sums;
   float bound;
 };
@@ -220,7 +252,7 @@ struct FloatPiece {
 // Judges every sample.
 template <int32_t (*truncate)(double)>
 void judgeAll(const FloatPiece& piece, int limit) {
-  const auto& [rows, n, step, sums, bound] = piece;
+  const auto& [rows, at, n, step, sums, bound] = piece;
   tryMedians<TotalOrder>(rows, n, step);
   for (size_t row = 0; row < 2; ++row) {
     const float *const a = rows.in[row], *const b = rows.in[row + 1], *const c = rows.in[row + 2];
@@ -235,34 +267,40 @@ void judgeAll(const FloatPiece& piece, int limit) {
 // before a positive total at most seven went up, as the last one did not. So the total lies less than 8 below and less
 // than 7 above the sum: it exceeds the limit where the sum does by 8, and, being whole, does not where the sum is 6
 // below. Each of at most 12 roundings takes less than 18 x 2^-24 of the greatest magnitude, and the limit's, where sums
-// come near it, less than 32 x 2^-24: with those of doubles 2^-16 of it in all. A sixteenth is for the margin's own
-// rounding. Sums of whole numbers below 2^20 are exact, and nothing is truncated; a limit that is rounded is beyond
-// them.
+// come near it, less than 32 x 2^-24: with those of doubles 2^-16 of it in all. A sixteenth is for the rounding of
+// limits that are small.
+struct TellingApart {
+  using Seen = Doubts;
+
+  float low, high;  // between them magnitudes are in doubt
+
+  TellingApart(int limit, float bound) {
+    const double middle = limit + 1, margin = 7.0625 + bound * 0x1p-16;
+    low = static_cast<float>(middle - margin);
+    high = static_cast<float>(middle + margin);
+  }
+  // Sums of whole numbers below 2^20 are exact, and nothing is truncated; a limit that is rounded is beyond them.
+  explicit TellingApart(int limit) : low(static_cast<float>(limit)), high(low) {}
+
+  float of(Doubts& doubts, int row, size_t lane, float difference, float centre, float median) const {
+    const float magnitude = __builtin_fabsf(difference);
+    doubts.add(row, lane, magnitude > low && magnitude < high);
+    return magnitude > low ? median : centre;
+  }
+};
+
 template <class Order>
 void tellApart(const FloatPiece& piece, Columns<Order, float> columns, Doubtful& doubtful) {
-  const auto& [rows, n, step, sums, bound] = piece;
+  const auto& [rows, at, n, step, sums, bound] = piece;
   const size_t count = n - 2 * step;
+  const int limit = doubtful.limit();
+  if (count < kLanes<float>) return judgeAll<truncatedWithin>(piece, limit);
   const bool exact = bound < 1 << 20 && areAllWhole(rows.in, n);
-  const float middleOfDoubt = static_cast<float>(doubtful.limit() + 1);
-  const float margin = exact ? 0.5F : 7.0625F + bound * 0x1p-16F;
-  uint8_t doubts[2][kMost<float>];
-  for (uint8_t* const some : doubts) __builtin_memset(some + count, 0, 8);
-  choose<kLanes<uint8_t>>(rows, n, step, columns, sums, [=, &doubts](size_t from) {
-    return [=, first = doubts[0] + from, second = doubts[1] + from](int row, size_t i, float difference, float centre,
-                                                                    float middle) {
-      const float beyond = __builtin_fabsf(difference) - middleOfDoubt;
-      (row == 0 ? first : second)[i] = __builtin_fabsf(beyond) < margin ? 1 : 0;
-      return beyond > -margin ? middle : centre;
-    };
-  });
+  const Doubts doubts = choose(rows, n, step, columns, sums, exact ? TellingApart(limit) : TellingApart(limit, bound));
   if (exact) return;
-  uint16_t places[2][kMost<float>];
-  const size_t some[] = {placesOf(doubts[0], count, places[0]), placesOf(doubts[1], count, places[1])};
   // Gathering so many would take longer.
-  if (some[0] + some[1] > count / 2) return judgeAll<truncatedWithin>(piece, doubtful.limit());
-  for (size_t row = 0; row < 2; ++row)
-    for (size_t i = 0; i < some[row]; ++i)
-      doubtful.add(rows.in + row, step, places[row][i], rows.out[row] + step + places[row][i]);
+  if (doubts.areInEveryLane()) return judgeAll<truncatedWithin>(piece, limit);
+  doubtful.add(at, count, doubts);
 }
 
 void tellApartInTotalOrder(const FloatPiece& piece, Doubtful& doubtful) {
@@ -275,13 +313,14 @@ void tellApartInTotalOrder(const FloatPiece& piece, Doubtful& doubtful) {
 
 constexpr int kMostMagnitude = 1 << 22, kMostLimit = 16 * kMostMagnitude;
 
-void denoise(const RowPair<float>& rows, size_t n, size_t step, int threshold, bool plain, Doubtful& doubtful) {
+void denoise(const RowPair<float>& rows, size_t at, size_t n, size_t step, int threshold, bool plain,
+             Doubtful& doubtful) {
   alignas(64) float keys[Columns<PlainOrder, float>::size], room[Sums<float, float>::size];
   const Columns<PlainOrder, float> columns{keys};
   const Sums<float, float> sums{room};
   PlainOrder order;
   sortColumns(rows, n, columns, order, sums);  // in vain but for the sums if the order does not suit
-  const FloatPiece piece{rows, n, step, sums, order.bound()};
+  const FloatPiece piece{rows, at, n, step, sums, order.bound()};
   if (!(piece.bound < kMostMagnitude))  // NaN too
     judgeAll<truncated>(piece, threshold);
   else if (plain && order.suits())
@@ -296,10 +335,11 @@ void removeNoise(const RowPair<S>& rows, size_t n, size_t step, int threshold) {
 }
 template <>
 void removeNoise(const RowPair<float>& rows, size_t n, size_t step, int threshold) {
-  Doubtful doubtful(least(threshold, kMostLimit));
+  Doubtful doubtful(rows, step, least(threshold, kMostLimit));
   const bool plain = areDenormalsCompared();
-  byPieces(rows, n, step,
-           [&](const RowPair<float>& piece, size_t count) { denoise(piece, count, step, threshold, plain, doubtful); });
+  byPieces(rows, n, step, [&](const RowPair<float>& piece, size_t count) {
+    denoise(piece, static_cast<size_t>(piece.out[0] - rows.out[0]), count, step, threshold, plain, doubtful);
+  });
 }
 
 }  // namespace
