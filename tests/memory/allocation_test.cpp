@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <new>
+#include <utility>
 
 #include "catalogue/catalogue.h"
 #include "catalogue/recipe.h"
@@ -366,6 +368,47 @@ TEST(WorkingMemory, morphologyKeepsTwiceTheSizeAndTwoRowsAndTwoForTheMask) {
           EXPECT_LT(bytes, (2 * size + 2 + (area ? 2 : 0)) * (source.bytesPerLine + 1024L))
               << "size " << size << (into == &source ? ", in place" : "") << (area ? ", with a mask" : "");
         }
+}
+
+// Of tall images, of which even one copy would be too much.
+TEST(WorkingMemory, filtersKeepWhatTheyLookAtButNoImage) {
+  int weights[49];
+  float fractions[49];
+  for (int i = 0; i < 49; ++i) {
+    weights[i] = i % 7 - 3;
+    fractions[i] = static_cast<float>(i % 5) * 0.11F - 0.2F;
+  }
+  constexpr auto flag = CPxConvolution::CONV_EXTEND_BORDER;
+  const std::pair<const char*, std::function<int(CPxImage&, CPxImage&)>> filters[] = {
+      {"Median", [](CPxImage& source, CPxImage& dst) { return CPxFilter(&source).Median(dst); }},
+      {"RemoveRandomNoise",
+       [](CPxImage& source, CPxImage& dst) { return CPxFilter(&source).RemoveRandomNoise(dst, 9); }},
+      {"Blur", [](CPxImage& source, CPxImage& dst) { return CPxFilter(&source).Blur(dst); }},
+      {"Sharpen", [](CPxImage& source, CPxImage& dst) { return CPxFilter(&source).Sharpen(dst); }},
+      {"Prewitt",
+       [](CPxImage& source, CPxImage& dst) {
+         return CPxEdgeDetection(&source).Prewitt(dst, CPxEdgeDetection::PREWITT_DIAGONAL);
+       }},
+      {"Sobel3", [](CPxImage& source,
+                    CPxImage& dst) { return CPxEdgeDetection(&source).Sobel3(dst, CPxEdgeDetection::SOBEL_DIAGONAL); }},
+      {"Laplacian3", [](CPxImage& source, CPxImage& dst) { return CPxEdgeDetection(&source).Laplacian3(dst); }},
+      {"Convolve",
+       [&](CPxImage& source, CPxImage& dst) {
+         return CPxConvolution(&source).Convolve(weights, CSize(7, 7), dst, 9, 1, flag);
+       }},
+      {"Convolve of fractions",
+       [&](CPxImage& source, CPxImage& dst) {
+         return CPxConvolution(&source).Convolve(fractions, CSize(7, 7), dst, 1.5F, 1, flag);
+       }},
+  };
+  for (const int bits : {8, 16, 32}) {
+    CPxImage source(CM_GRAY, bits, 1000, 600), dst = source;
+    for (const auto& [name, filter] : filters)
+      for (CPxImage* const into : {&dst, &source}) {
+        const long bytes = bytesFor([&] { EXPECT_EQ(filter(source, *into), 1); });
+        EXPECT_LT(bytes, 160 * 1024) << name << ", " << bits << " bits" << (into == &source ? ", in place" : "");
+      }
+  }
 }
 
 }  // namespace
