@@ -348,6 +348,23 @@ TEST(RemoveRandomNoise, judgesLargeWholeNumbersExactly) {
       }
 }
 
+// Where floats are so large that sums in single precision are rounded, and whole ones so large that their sums are no
+// longer exact.
+TEST(RemoveRandomNoise, roundedSumsOfLargeFloatsAreInDoubt) {
+  const auto replacedAt = [](double around, double centre, int threshold) {
+    CPxImage image(CM_GRAY, 32, 40, 3);
+    for (int y = 0; y < 3; ++y)
+      for (int x = 0; x < image.width; ++x) setSample(image, x, y, 0, around);
+    setSample(image, 20, 1, 0, centre);
+    return sampleAt(withoutNoise(image, threshold), 20, 1) != centre;
+  };
+  // Each difference is a little less than 4000006.
+  EXPECT_TRUE(replacedAt(0x1p-20, 4000006, 32000039));
+  for (const int threshold : {32000040, 32000041, 32000042}) EXPECT_FALSE(replacedAt(0x1p-20, 4000006, threshold));
+  EXPECT_TRUE(replacedAt(0, 2000001, 16000007));
+  EXPECT_FALSE(replacedAt(0, 2000001, 16000008));
+}
+
 TEST(RemoveRandomNoise, theFrameStays) {
   const CPxImage before = gray8({{255, 0, 255}, {0, 0, 0}, {255, 0, 0}});
   for (const int threshold : {-1, 0, 100, 5000}) EXPECT_PICTURE(withoutNoise(before, threshold), before);

@@ -156,14 +156,17 @@ struct Doubts {
 
   void add(int row, size_t lane, bool doubt) {
     uint32_t& word = words[static_cast<size_t>(row) * kLanes<float> + lane];
-    const uint32_t shifted = 2 * word;
-    word = doubt ? shifted + 1 : shifted;
+    word = 2 * word + (doubt ? 1 : 0);
   }
-  bool areInEveryLane() const {
-    uint32_t without = 0;
-    for (size_t lane = 0; lane < kLanes<float>; ++lane)
-      without += (words[lane] | words[kLanes<float> + lane]) == 0 ? 1 : 0;
-    return without == 0;
+  // Bits are counted by two, four and eight, in all words at once.
+  size_t count() const {
+    uint32_t total = 0;
+    for (const uint32_t word : words) {
+      const uint32_t twos = word - (word >> 1 & 0x55555555);
+      const uint32_t fours = (twos & 0x33333333) + (twos >> 2 & 0x33333333);
+      total += ((fours + (fours >> 4)) & 0x0F0F0F0F) * 0x01010101 >> 24;
+    }
+    return total;
   }
 
   static constexpr size_t pairs = kLanes<float>;  // of words
@@ -175,6 +178,8 @@ class Doubtful {
  public:
   Doubtful(const RowPair<float>& rows, size_t step, int limit) : rows_(rows), step_(step), limit_(limit) {}
   ~Doubtful() { judge(); }
+  Doubtful(const Doubtful&) = delete;
+  Doubtful& operator=(const Doubtful&) = delete;
 
   // What a total's magnitude must exceed to be noise.
   int limit() const { return limit_; }
@@ -299,7 +304,7 @@ void tellApart(const FloatPiece& piece, Columns<Order, float> columns, Doubtful&
   const Doubts doubts = choose(rows, n, step, columns, sums, exact ? TellingApart(limit) : TellingApart(limit, bound));
   if (exact) return;
   // Gathering so many would take longer.
-  if (doubts.areInEveryLane()) return judgeAll<truncatedWithin>(piece, limit);
+  if (doubts.count() > count / 2) return judgeAll<truncatedWithin>(piece, limit);
   doubtful.add(at, count, doubts);
 }
 

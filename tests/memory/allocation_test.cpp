@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <functional>
 #include <new>
-#include <utility>
 
 #include "catalogue/catalogue.h"
 #include "catalogue/recipe.h"
@@ -379,34 +378,37 @@ TEST(WorkingMemory, filtersKeepWhatTheyLookAtButNoImage) {
     fractions[i] = static_cast<float>(i % 5) * 0.11F - 0.2F;
   }
   constexpr auto flag = CPxConvolution::CONV_EXTEND_BORDER;
-  const std::pair<const char*, std::function<int(CPxImage&, CPxImage&)>> filters[] = {
-      {"Median", [](CPxImage& source, CPxImage& dst) { return CPxFilter(&source).Median(dst); }},
+  const struct {
+    const char* name;
+    std::function<int(CPxImage*, CPxImage&)> run;
+  } filters[] = {
+      {"Median", [](CPxImage* source, CPxImage& dst) { return CPxFilter(source).Median(dst); }},
       {"RemoveRandomNoise",
-       [](CPxImage& source, CPxImage& dst) { return CPxFilter(&source).RemoveRandomNoise(dst, 9); }},
-      {"Blur", [](CPxImage& source, CPxImage& dst) { return CPxFilter(&source).Blur(dst); }},
-      {"Sharpen", [](CPxImage& source, CPxImage& dst) { return CPxFilter(&source).Sharpen(dst); }},
+       [](CPxImage* source, CPxImage& dst) { return CPxFilter(source).RemoveRandomNoise(dst, 9); }},
+      {"Blur", [](CPxImage* source, CPxImage& dst) { return CPxFilter(source).Blur(dst); }},
+      {"Sharpen", [](CPxImage* source, CPxImage& dst) { return CPxFilter(source).Sharpen(dst); }},
       {"Prewitt",
-       [](CPxImage& source, CPxImage& dst) {
-         return CPxEdgeDetection(&source).Prewitt(dst, CPxEdgeDetection::PREWITT_DIAGONAL);
+       [](CPxImage* source, CPxImage& dst) {
+         return CPxEdgeDetection(source).Prewitt(dst, CPxEdgeDetection::PREWITT_DIAGONAL);
        }},
-      {"Sobel3", [](CPxImage& source,
-                    CPxImage& dst) { return CPxEdgeDetection(&source).Sobel3(dst, CPxEdgeDetection::SOBEL_DIAGONAL); }},
-      {"Laplacian3", [](CPxImage& source, CPxImage& dst) { return CPxEdgeDetection(&source).Laplacian3(dst); }},
+      {"Sobel3", [](CPxImage* source,
+                    CPxImage& dst) { return CPxEdgeDetection(source).Sobel3(dst, CPxEdgeDetection::SOBEL_DIAGONAL); }},
+      {"Laplacian3", [](CPxImage* source, CPxImage& dst) { return CPxEdgeDetection(source).Laplacian3(dst); }},
       {"Convolve",
-       [&](CPxImage& source, CPxImage& dst) {
-         return CPxConvolution(&source).Convolve(weights, CSize(7, 7), dst, 9, 1, flag);
+       [&](CPxImage* source, CPxImage& dst) {
+         return CPxConvolution(source).Convolve(weights, CSize(7, 7), dst, 9, 1, flag);
        }},
       {"Convolve of fractions",
-       [&](CPxImage& source, CPxImage& dst) {
-         return CPxConvolution(&source).Convolve(fractions, CSize(7, 7), dst, 1.5F, 1, flag);
+       [&](CPxImage* source, CPxImage& dst) {
+         return CPxConvolution(source).Convolve(fractions, CSize(7, 7), dst, 1.5F, 1, flag);
        }},
   };
   for (const int bits : {8, 16, 32}) {
     CPxImage source(CM_GRAY, bits, 1000, 600), dst = source;
-    for (const auto& [name, filter] : filters)
+    for (const auto& filter : filters)
       for (CPxImage* const into : {&dst, &source}) {
-        const long bytes = bytesFor([&] { EXPECT_EQ(filter(source, *into), 1); });
-        EXPECT_LT(bytes, 160 * 1024) << name << ", " << bits << " bits" << (into == &source ? ", in place" : "");
+        const long bytes = bytesFor([&] { EXPECT_EQ(filter.run(&source, *into), 1); });
+        EXPECT_LT(bytes, 160 * 1024) << filter.name << ", " << bits << " bits" << (into == &source ? ", in place" : "");
       }
   }
 }
