@@ -207,6 +207,7 @@ class Doubtful {
 
  private:
   static constexpr size_t kRoom = 64, kDoubles = 8;  // in a vector
+  static_assert(kRoom % kDoubles == 0);
 
   // left: the place in three rows where the sample's neighbours begin.
   void gather(size_t row, size_t left) {
