@@ -142,10 +142,10 @@ inline bool areWhole(const float* row, size_t n) {
   return !broken;
 }
 
-// Most rows without are known by their beginning.
+// There is a vector at least. Most rows that are not are known by their beginning.
 inline bool areAllWhole(const float* const* four, size_t n) {
-  return areWhole(four[1], least(n, kLanes<float>)) && areWhole(four[0], n) && areWhole(four[1], n) &&
-         areWhole(four[2], n) && areWhole(four[3], n);
+  return areWhole(four[1], kLanes<float>) && areWhole(four[0], n) && areWhole(four[1], n) && areWhole(four[2], n) &&
+         areWhole(four[3], n);
 }
 
 // Which samples of a piece of two rows are in doubt: in the word of the row and of the lane that worked on the sample,
