@@ -46,7 +46,7 @@ template <size_t step, class Order, class S, class Sum, class Choice>
                                      Columns<Order, S> columns, Sums<S, Sum> sums, S* __restrict outFirst,
                                      S* __restrict outSecond, size_t n, Choice choice,
                                      typename Choice::Seen& __restrict seen) {
-  typename Choice::Seen noted = seen;
+  typename Choice::Seen noted = seen;  // of a fresh one g++ makes no vectors
   inVectors<S>(n, fetching, [&](size_t i, size_t lane) {
     const S upper = first[i + step], lower = second[i + step];
     outFirst[i] = choice.of(noted, 0, lane, sums.template differenceAt<step>(i, upper), upper,
