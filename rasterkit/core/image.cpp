@@ -142,6 +142,19 @@ void CPxImage::forget() noexcept {
 // Storage -------------------------------------------------------------------------------------------------------------
 
 namespace rasterkit {
+namespace {
+
+std::int64_t lineBytes(COLOR_MODEL model, int bits, int width) {
+  return (std::int64_t{width} * CPxImageInfo::GetChannel(model) * sampleBytes(bits) + 3) / 4 * 4;
+}
+
+// The bytes of so many rows; more than any block has where they would not fit one.
+std::int64_t blockBytes(std::int64_t bytesPerLine, int height) {
+  const bool fits = bytesPerLine <= INT_MAX && (height == 0 || bytesPerLine <= INT_MAX / height);
+  return fits ? bytesPerLine * height : INT64_MAX;
+}
+
+}  // namespace
 
 void Storage::create(CPxImage& image, COLOR_MODEL model, int bits, int width, int height, int paletteCount,
                      Samples samples) {
@@ -150,8 +163,7 @@ void Storage::create(CPxImage& image, COLOR_MODEL model, int bits, int width, in
 
   try {
     CPxPalette palette(paletteCount);
-    const std::int64_t bytesPerLine = (std::int64_t{width} * channels * sampleBytes(bits) + 3) / 4 * 4;
-    allocate(image, bytesPerLine, height, samples);
+    allocate(image, lineBytes(model, bits, width), height, samples);
     image.colorModel = model;
     image.channels = channels;
     image.bitsPerSample = bits;
@@ -164,12 +176,21 @@ void Storage::create(CPxImage& image, COLOR_MODEL model, int bits, int width, in
   }
 }
 
+bool Storage::keepsBlock(const CPxImage& image, COLOR_MODEL model, int bits, int width, int height) {
+  return hasBlock(image, blockBytes(lineBytes(model, bits, width), height), height);
+}
+
+bool Storage::hasBlock(const CPxImage& image, std::int64_t bytes, int height) {
+  return image.rows_ && image.blockSize_ == bytes && image.rowCount_ == height;
+}
+
 // A block and row table for so many rows, and the members that describe them; a block of the same shape is kept.
 void Storage::allocate(CPxImage& image, std::int64_t bytesPerLine, int height, Samples samples) {
-  if (bytesPerLine > INT_MAX || (height > 0 && bytesPerLine > INT_MAX / height)) throw std::bad_alloc();
-  const int size = static_cast<int>(bytesPerLine * height);
+  const std::int64_t bytes = blockBytes(bytesPerLine, height);
+  if (bytes > INT_MAX) throw std::bad_alloc();
+  const int size = static_cast<int>(bytes);
 
-  if (!image.rows_ || image.blockSize_ != size || image.rowCount_ != height) {
+  if (!hasBlock(image, size, height)) {
     image.Remove();
     image.block_.reset(static_cast<unsigned char*>(allocateBlock(static_cast<std::size_t>(size))));
     image.rows_.reset(static_cast<void**>(std::calloc(static_cast<std::size_t>(height) + 1, sizeof(void*))));

@@ -17,6 +17,9 @@ struct Storage {
   static void create(CPxImage& image, COLOR_MODEL model, int bits, int width, int height, int paletteCount,
                      Samples samples);
 
+  /// Whether create would keep the image's block for such an image: then it takes no memory but the palette's.
+  static bool keepsBlock(const CPxImage& image, COLOR_MODEL model, int bits, int width, int height);
+
   /// Gives image the model, sizes, palette and channel bits of source, which must hold its pixels; the samples and
   /// padding are whatever they are. image may be source.
   static void takeShape(CPxImage& image, const CPxImage& source);
@@ -41,6 +44,7 @@ struct Storage {
   static void copyPadding(CPxImage& image, const CPxImage& source);
 
  private:
+  static bool hasBlock(const CPxImage& image, std::int64_t bytes, int height);
   static void allocate(CPxImage& image, std::int64_t bytesPerLine, int height, Samples samples);
 };
 

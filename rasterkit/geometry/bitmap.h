@@ -47,9 +47,10 @@ class RASTERKIT_API CPxDIBConvert : public CPxImageProcessingBase {
   /// those of a 12-byte header stay black. Pixels that run-length data skip or lack are index 0.
   ///
   /// block    any alignment; never read beyond its size in bytes.
-  /// returns  1; 0 for a null block or image, one that does not fit its size, or anything that cannot be (the image as
-  ///          it was). An image that no memory can be had for is refused too.
-  /// cost     one pass, no memory besides the image's own.
+  /// returns  1; 0 for a null block or image, one that does not fit its size, anything that cannot be, and where memory
+  ///          runs out. The image is then as it was.
+  /// cost     one pass. The pixels are read into the image's own memory where it has as many bytes and rows as they
+  ///          need, else into new memory that the image takes once it is complete.
   int ConvertFrom(const void* block, std::size_t bytes);
   /// The same, taking the block to be as long as its header says: for blocks that the caller trusts. Run-length data
   /// must tell their length.

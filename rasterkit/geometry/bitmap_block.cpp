@@ -6,6 +6,7 @@
 #include <bit>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
 namespace rasterkit {
 namespace {
@@ -74,7 +75,7 @@ std::optional<Plan> planOf(const std::uint8_t* head, std::uint64_t bytes) {
   block.table = head + size;
   plan.rows = size + entries * (block.core ? 3 : 4);
 
-  if (block.bits == 16 || block.bits == 32) block.masks = usualMasks(block.bits);
+  if (block.packed()) block.masks = usualMasks(block.bits);
   if (block.compression == BitmapBlock::fields) {
     if (size == kInfo) plan.rows += kMasked - kInfo;
     if (bytes < kMasked) return {};
@@ -131,6 +132,13 @@ BitField::BitField(std::uint32_t mask) : mask_(mask), shift_(std::countr_zero(ma
 std::array<std::uint32_t, 3> usualMasks(int bits) {
   if (bits == 16) return {0x1F, 0x3E0, 0x7C00};
   return {0xFF, 0xFF00, 0xFF0000};
+}
+
+CPxPalette colourTable(const BitmapBlock& block) {
+  CPxPalette palette(block.colours);
+  if (!block.core && block.colours > 0)
+    std::memcpy(palette.GetPalette(), block.table, static_cast<std::size_t>(block.colours) * sizeof(tagRGBA));
+  return palette;
 }
 
 bool masksFit(const std::array<std::uint32_t, 3>& masks) {

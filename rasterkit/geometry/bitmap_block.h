@@ -1,6 +1,8 @@
 #pragma once
 // What the header of a bitmap block says, checked against the block.
 
+#include <rasterkit/core/image.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -17,6 +19,8 @@ struct BitmapBlock {
   enum Compression : std::uint32_t { none = 0, runs8 = 1, runs4 = 2, fields = 3 };
 
   bool compressed() const { return compression == runs8 || compression == runs4; }
+  // Whether pixels pack their samples in one number.
+  bool packed() const { return bits == 16 || bits == 32; }
   // The stored row that is the image's row y.
   const std::uint8_t* row(int y) const {
     return rows + static_cast<std::size_t>(topDown ? y : height - 1 - y) * stride;
@@ -61,6 +65,9 @@ class BitField {
 
 // The usual masks of 16 or 32 bits: blue, green, red.
 std::array<std::uint32_t, 3> usualMasks(int bits);
+
+// The colour table; as many black entries after a core header.
+CPxPalette colourTable(const BitmapBlock& block);
 
 // Whether all three masks are fields; a message says so where they are not.
 bool masksFit(const std::array<std::uint32_t, 3>& masks);

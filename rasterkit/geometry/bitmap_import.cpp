@@ -8,7 +8,6 @@
 #include "rasterkit/geometry/bitmap_block.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <utility>
 
@@ -42,8 +41,8 @@ void unpackRows(const BitmapBlock& block, Rows out) {
 
 // Pixels that pack their samples in 16 bits, or in 32 where the fourth byte is alpha.
 template <int bits>
-void unpackFields(const BitmapBlock& block, const std::array<std::uint32_t, 3>& masks, Rows out) {
-  const BitField blue(masks[0]), green(masks[1]), red(masks[2]);
+void unpackFields(const BitmapBlock& block, Rows out) {
+  const BitField blue(block.masks[0]), green(block.masks[1]), red(block.masks[2]);
   for (int y = 0; y < out.height; ++y) {
     const std::uint8_t* const in = block.row(y);
     std::uint8_t* to = out.row(y);
@@ -119,18 +118,12 @@ class Runs {
   std::int64_t row_ = 0;  // from below
 };
 
-void drawInto(CPxImage& image, const BitmapBlock& block) {
-  const Rows out = viewOf<std::uint8_t>(image, image.channels);
-  if (!block.core && block.colours > 0)
-    std::memcpy(image.palette.GetPalette(), block.table, static_cast<std::size_t>(block.colours) * sizeof(tagRGBA));
-
+void drawInto(Rows out, const BitmapBlock& block) {
   if (block.compressed()) return Runs(block, out).draw();
   if (block.bits < 8) return unpackRows(block, out);
-  if (block.bits == 8 || block.bits == 24) return copyRows(block, out);
-  const auto usual = usualMasks(block.bits), masks = masksFit(block.masks) ? block.masks : usual;
-  if (block.bits == 16) return unpackFields<16>(block, masks, out);
-  if (masks == usual) return copyRows(block, out);
-  unpackFields<32>(block, masks, out);
+  if (block.bits == 16) return unpackFields<16>(block, out);
+  if (block.bits == 32 && block.masks != usualMasks(32)) return unpackFields<32>(block, out);
+  copyRows(block, out);
 }
 
 }  // namespace
@@ -138,30 +131,29 @@ void drawInto(CPxImage& image, const BitmapBlock& block) {
 
 using namespace rasterkit;
 
-int CPxDIBConvert::ConvertFrom(const void* bytesOfBlock, std::size_t bytes) {
+int CPxDIBConvert::ConvertFrom(const void* bytesOfBlock, std::size_t bytes) try {
   CPxImage* const image = GetImage();
-  const auto block = BitmapBlock::read(bytesOfBlock, bytes);
+  auto block = BitmapBlock::read(bytesOfBlock, bytes);
   if (!image || !block) return 0;
 
-  // A block of the image's own shape is taken in its memory; anything else is made apart, so that the image stays as it
-  // was where no memory can be had.
+  // Whatever takes memory comes before the first change, so that the image stays as it was where none can be had: the
+  // message, the palette, and a block of pixels unless the image's own serves.
+  if (block->packed() && !masksFit(block->masks)) block->masks = usualMasks(block->bits);
+  CPxPalette palette = colourTable(*block);
   const COLOR_MODEL model = modelOf(*block);
   const int bits = std::min(block->bits, 8);
-  const bool fits = image->IsCreated() && image->colorModel == model && image->bitsPerSample == bits &&
-                    image->width == block->width && image->height == block->height &&
-                    image->palette.GetPaletteNum() == block->colours && Storage::holdsItsPixels(*image);
   CPxImage made;
-  CPxImage& target = fits ? *image : made;
-  try {
-    Storage::create(target, model, bits, block->width, block->height, block->colours,
-                    block->compressed() ? Storage::Samples::zero : Storage::Samples::any);
-  } catch (const std::bad_alloc&) {
-    return 0;
-  }
+  CPxImage& target = Storage::keepsBlock(*image, model, bits, block->width, block->height) ? *image : made;
+  Storage::create(target, model, bits, block->width, block->height, 0,
+                  block->compressed() ? Storage::Samples::zero : Storage::Samples::any);
+
   Storage::fillPadding(target, 0);
-  drawInto(target, *block);
-  if (!fits) *image = std::move(made);
+  drawInto(viewOf<std::uint8_t>(target, target.channels), *block);
+  target.palette = std::move(palette);
+  if (&target == &made) *image = std::move(made);
   return 1;
+} catch (const std::bad_alloc&) {
+  return 0;
 }
 
 int CPxDIBConvert::ConvertFrom(BITMAPINFOHEADER* in) {

@@ -5,7 +5,6 @@
 #include "rasterkit/geometry/bitmap_block.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <numeric>
 #include <utility>
@@ -63,11 +62,7 @@ CPxPalette popularityPalette(const BitmapBlock& block, ColourOf colourOf) try {
 }
 
 CPxPalette paletteOf(const BitmapBlock& block) {
-  if (block.bits <= 8) {
-    CPxPalette palette(block.colours);
-    std::memcpy(palette.GetPalette(), block.table, static_cast<std::size_t>(block.colours) * sizeof(tagRGBA));
-    return palette;
-  }
+  if (block.bits <= 8) return colourTable(block);
   if (block.bits == 24)
     return popularityPalette(block, [](const std::uint8_t* row, std::size_t x) {
       return reduced(row[3 * x], row[3 * x + 1], row[3 * x + 2]);

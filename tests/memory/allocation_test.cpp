@@ -6,9 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <new>
+#include <utility>
+#include <vector>
 
 #include "catalogue/catalogue.h"
 #include "catalogue/recipe.h"
@@ -273,6 +277,61 @@ TEST(WithoutMemoryBitmap, isExchangedWhollyOrNot) {
     CPxPalette palette;
     bitmapPalette(block.data(), block.size(), palette);
   });
+}
+
+// Whichever allocation fails, the image is what it was or all that the block holds.
+TEST(WithoutMemoryBitmap, isReadIntoAnImageWhollyOrNot) {
+  const std::vector<std::uint8_t> data(80, 7);
+  const BitmapMaker colours{.width = 5, .height = 4, .data = data};
+  const BitmapMaker indices{
+      .width = 5, .height = 4, .bits = 8, .colours = std::vector<std::uint32_t>(256, 0x102030), .data = data};
+  const BitmapMaker strange{
+      .width = 5, .height = 4, .bits = 32, .compression = 3, .masks = {5, 5, 5}, .data = data};  // with a message
+  const auto image = [](COLOR_MODEL model, int width, int height, int paletteCount = 0) {
+    CPxImage made(model, 8, width, height, paletteCount);
+    made.channelBits[0] = 3;
+    made.palette.SetGrayPalette();
+    std::memset(made.GetBuffer(), 1, static_cast<std::size_t>(made.bufferSize));
+    return made;
+  };
+  const struct {
+    const char* name;
+    BitmapMaker block;
+    std::function<CPxImage()> image;
+  } cases[] = {
+      {"another shape", colours, [&] { return image(CM_RGB, 9, 9); }},
+      {"the same shape", colours, [&] { return image(CM_RGB, 5, 4); }},
+      {"as many bytes and rows", colours, [&] { return image(CM_GRAY, 16, 4); }},
+      {"as many bytes in fewer rows", colours, [&] { return image(CM_GRAY, 32, 2); }},
+      {"the same shape in a larger block", colours,
+       [&] {
+         CPxImage larger = image(CM_RGB, 8, 4);
+         CPxMiscProcessing(&larger).Crop(CRect(0, 0, 4, 3));
+         larger.channelBits[0] = 3;
+         return larger;
+       }},
+      {"as many colours", indices, [&] { return image(CM_INDEX, 5, 4, 256); }},
+      {"fewer colours", indices, [&] { return image(CM_INDEX, 5, 4, 2); }},
+      {"colours and another shape", indices, [&] { return image(CM_INDEX, 5, 7, 2); }},
+      {"strange masks", strange, [&] { return image(CM_RGBA, 5, 4); }},
+      {"strange masks and another shape", strange, [&] { return image(CM_GRAY, 5, 4); }},
+  };
+  setMessageHandler([](void*, const char*, const char*, unsigned int) { return 1; });
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.name);
+    const auto block = each.block.block();
+    const CPxImage before = each.image();
+    CPxImage expected, bound = each.image();
+    ASSERT_EQ(CPxDIBConvert(&expected).ConvertFrom(block.data(), block.size()), 1);
+    int flag = 0;
+    whereverMemoryEnds([&] { flag = CPxDIBConvert(&bound).ConvertFrom(block.data(), block.size()); },
+                       [&](bool stopped) {
+                         EXPECT_FALSE(stopped);
+                         EXPECT_TRUE(identical(bound, flag ? expected : before));
+                       },
+                       [&] { bound = each.image(); });
+  }
+  setMessageHandler(nullptr);
 }
 
 // Where the colours cannot be counted the halftone palette serves, as long as there is memory for it.
