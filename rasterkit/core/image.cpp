@@ -246,9 +246,9 @@ void Storage::keepPart(CPxImage& image, int left, int top, int width, int height
 
 bool Storage::holdsItsPixels(const CPxImage& image) {
   return image.rows_ && image.channelBits == image.ownChannelBits_ && image.channels >= 0 && image.channels <= 4 &&
-         image.width >= 0 && image.height >= 0 && image.height <= image.rowCount_ && image.bytesPerLine >= 0 &&
-         image.bytesPerLine % 4 == 0 && image.bufferSize == std::int64_t{image.bytesPerLine} * image.height &&
-         image.bufferSize <= image.blockSize_;
+         image.bitsPerSample >= 0 && image.width >= 0 && image.height >= 0 && image.height <= image.rowCount_ &&
+         image.bytesPerLine >= 0 && image.bytesPerLine % 4 == 0 &&
+         image.bufferSize == std::int64_t{image.bytesPerLine} * image.height && image.bufferSize <= image.blockSize_;
 }
 
 bool Storage::rowsHold(const CPxImage& image, int channels) {

@@ -100,15 +100,16 @@ TEST(GetPlane, ofAnUnknownModelHasNoPlaneToCopy) {
   EXPECT_PICTURE(image, rgb8({{1, 2, 3, 4, 5, 6}}));
 }
 
-TEST(GetPlane, ofFewerThanNoBitsIsAnEmptyImage) {
-  CPxImage image = rgb8({{1, 2, 3, 4, 5, 6}}), out = gray8({{7}});
-  image.bitsPerSample = -1;  // bytes, but no image of such bits can be created
-  EXPECT_EQ(CPxImageProcessingBase(&image).GetPlane(1, out), 1);
-  EXPECT_EQ(out.IsCreated(), 0);
-  CPxImage plane = gray8({{50, 60}});
-  EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(1, plane), 1);
+TEST(Planes, ofFewerThanNoBitsGiveZero) {
+  CPxImage image = rgb8({{1, 2, 3, 4, 5, 6}}), out = gray8({{7}}), plane = gray8({{50, 60}});
+  image.bitsPerSample = -1;  // no image of such bits can be created
+  EXPECT_EQ(CPxImageProcessingBase(&image).GetPlane(1, out), 0);
+  EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(1, plane), 0);
   image.bitsPerSample = 8;
-  EXPECT_PICTURE(image, rgb8({{1, 50, 3, 4, 60, 6}}));
+  plane.bitsPerSample = -1;
+  EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(1, plane), 0);
+  EXPECT_PICTURE(out, gray8({{7}}));
+  EXPECT_PICTURE(image, rgb8({{1, 2, 3, 4, 5, 6}}));
 }
 
 TEST(GetPlane, intoTheSourceItself) {

@@ -30,9 +30,9 @@ struct Storage {
   /// The bytes of the block.
   static int blockSize(const CPxImage& image) { return image.blockSize_; }
 
-  /// Whether the image is created, has at most 4 channels, and its rows lie aligned within the block it owns. The
-  /// members are public, so a caller may have written anything into them; operations treat an image that fails this as
-  /// not created.
+  /// Whether the image is created, has at most 4 channels and no fewer than 0 bits, and its rows lie aligned within the
+  /// block it owns. The members are public, so a caller may have written anything into them; operations treat an image
+  /// that fails this as not created.
   static bool holdsItsPixels(const CPxImage& image);
 
   /// Whether a row has room for width pixels of so many channels.

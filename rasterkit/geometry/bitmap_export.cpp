@@ -79,7 +79,7 @@ MadeBitmap bitmapOf(const CPxImage& image) {
   const int bits = image.bitsPerSample;
   const COLOR_MODEL model = image.colorModel;
   switch (model) {
-    case CM_BITMAP: return bits <= 8 ? blockOf(image, greyRamp(1 << std::max(bits, 0))) : MadeBitmap();
+    case CM_BITMAP: return bits <= 8 ? blockOf(image, greyRamp(1 << bits)) : MadeBitmap();
     case CM_INDEX: return bits <= 8 ? blockOf(image, image.palette) : MadeBitmap();
     case CM_GRAY:
       if (bits <= 8) return blockOf(image, greyRamp(256));

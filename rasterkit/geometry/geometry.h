@@ -54,7 +54,7 @@ class RASTERKIT_API CPxGeometryProcessing : public CPxImageProcessingBase {
   /// dst      is created as by the other form. Of an image whose model is unknown nothing can be created: dst is empty
   ///          and the result 1.
   /// returns  1; 0 for another factor, without a source and for one of 0 columns or rows (dst as it was).
-  /// cost     one pass; a table for one row.
+  /// cost     one pass; tables for one row and one column.
   int Resize(float factor, CPxImage& dst);
 
   /// Fills dst, at the size it has, with a magnified view of the image scrolled by origin.
@@ -75,7 +75,7 @@ class RASTERKIT_API CPxGeometryProcessing : public CPxImageProcessingBase {
   /// pixels   1 to 8, 16 or 32 bits a sample.
   /// flag     any other value changes nothing and succeeds.
   /// returns  1; 0 for other pixels (the image unchanged).
-  /// cost     one pass, memory for one row.
+  /// cost     one pass. Vertical no memory, else a table and memory for one row.
   int Flip(FLIP_FLAG flag);
 
   /// Moves the image's content in place; what is uncovered takes the background colour.

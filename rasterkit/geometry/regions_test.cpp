@@ -98,6 +98,17 @@ TEST(Crop, ofAnImageWithoutColumnsTouchesNothing) {
   EXPECT_EQ(image.height, 2);
 }
 
+TEST(Crop, refusesFewerThanNoBits) {
+  // Bytes, but no image of such bits can be created: neither for a small part nor for most of the image.
+  for (const CRect& rect : {CRect(0, 0, 0, 0), CRect(0, 0, 3, 1)}) {
+    CPxImage image = places();
+    image.bitsPerSample = -5;
+    EXPECT_EQ(CPxMiscProcessing(&image).Crop(rect), 0);
+    image.bitsPerSample = 8;
+    EXPECT_TRUE(identical(image, places()));
+  }
+}
+
 // CopyTo --------------------------------------------------------------------------------------------------------------
 
 TEST(CopyTo, putsTheRectangleAtTheTopLeft) {

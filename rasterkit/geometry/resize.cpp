@@ -154,6 +154,7 @@ int CPxGeometryProcessing::ResizeEx(float factor, CPoint origin, CPxImage& dst) 
   if (!canBeResized(GetImage()) || !holds(dst) || !(factor > 0) || !std::isfinite(factor)) return 0;
   if (pixelBytes(*GetImage()) == 0) return 1;
   if (pixelBytes(*GetImage()) != pixelBytes(dst)) return 0;
+  if (dst.width == 0 || dst.height == 0) return 1;  // columns without rows are no work, however many
 
   CPxImage kept;
   if (&dst == GetImage()) kept = dst;
@@ -164,6 +165,6 @@ int CPxGeometryProcessing::ResizeEx(float factor, CPoint origin, CPxImage& dst) 
     return [=](int i) { return wrappedDifference(truncated(wrappedSum(i, from) * step), start); };
   };
   pickPixels(source, positions(dst.width, source.width, magnified(origin.x)),
-             positions(dst.width == 0 ? 0 : dst.height, source.height, magnified(origin.y)), dst);
+             positions(dst.height, source.height, magnified(origin.y)), dst);
   return 1;
 }

@@ -68,6 +68,7 @@ std::optional<Region> remaining(const CPxImage& image, CPoint offset) {
 
 template <class S>
 int shift(View<S> image, CPoint offset, std::optional<Region> region, const unsigned char* backColor) {
+  if (image.height == 0) return 0;  // columns without rows are no work, however many
   const Region to = region.value_or(Region());
   const auto pixel = static_cast<std::size_t>(image.channels);
   std::vector<S> back(image.samples());
@@ -111,6 +112,7 @@ int CPxGeometryProcessing::Flip(FLIP_FLAG flag) {
   if (!((bits >= 1 && bits <= 8) || bits == 16 || bits == 32)) return 0;
 
   const Rows rows = viewOf<unsigned char>(*image, channels);
+  if (rows.height == 0) return 1;  // columns without rows are no work, however many
   const int pixelBytes = channels * sampleBytes(bits);
   const std::size_t bytes = static_cast<std::size_t>(image->width) * static_cast<std::size_t>(pixelBytes);
   switch (flag) {

@@ -428,6 +428,23 @@ TEST(WorkingMemory, morphologyKeepsTwiceTheSizeAndTwoRowsAndTwoForTheMask) {
         }
 }
 
+TEST(WorkingMemory, noneOfManyColumnsWithoutRowsOrManyRowsWithoutColumns) {
+  using Geometry = CPxGeometryProcessing;
+  CPxImage some = gray8({{1, 2}, {3, 4}});
+  for (const auto& [width, height] : {std::pair(10000000, 0), std::pair(0, 10000000)}) {
+    CPxImage image(CM_GRAY, 8, width, height);
+    Geometry geometry(&image);
+    EXPECT_EQ(bytesFor([&] {
+                for (const auto flag : {Geometry::FLIP_VERTICAL, Geometry::FLIP_HORIZONTAL, Geometry::FLIP_BOTH})
+                  EXPECT_EQ(geometry.Flip(flag), 1);
+                EXPECT_EQ(geometry.Shift(CPoint(1, 1)), 0);
+                EXPECT_EQ(Geometry(&some).ResizeEx(2, CPoint(0, 0), image), 1);
+              }),
+              0);
+    EXPECT_TRUE(identical(image, CPxImage(CM_GRAY, 8, width, height)));
+  }
+}
+
 // Of tall images, of which even one copy would be too much.
 TEST(WorkingMemory, filtersKeepWhatTheyLookAtButNoImage) {
   int weights[49];

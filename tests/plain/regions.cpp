@@ -56,7 +56,7 @@ int eachPlace(const CPxImage& image, CRect rect, int width, int height, F f) {
 
 int copyTo(Call& c) {
   CPxImage &image = c.source(), &dst = c.dst();
-  if (!supported(image) || !dst.IsCreated() || pixelBytes(image) != pixelBytes(dst)) return 0;
+  if (!supported(image) || !supported(dst) || pixelBytes(image) != pixelBytes(dst)) return 0;
   return eachPlace(image, c.rectangle(), dst.width, dst.height, [&](int x, int y, int px, int py) {
     std::memcpy(pixel(dst, px, py), pixel(image, x, y), std::size_t(pixelBytes(dst)));
   });
