@@ -116,6 +116,10 @@ TEST(BitmapExport, writesColoursIn24And32Bits) {
   EXPECT_EQ(exported(picture(CM_RGB, 16, {{0x1200, 0x34FF, 0xFFFF}})).rows, Bytes({0x12, 0x34, 0xFF, 0}));
   // The conversion from 16 bits writes no alpha.
   EXPECT_EQ(exported(picture(CM_RGBA, 16, {{0x1200, 0x34FF, 0xFFFF, 0xFFFF}})).rows, Bytes({0x12, 0x34, 0xFF, 0}));
+  // From 9 bits on, samples are shifted.
+  EXPECT_EQ(exported(picture(CM_RGB, 12, {{0x123, 0x0FF, 0xFFF}})).rows, Bytes({0x12, 0x0F, 0xFF, 0}));
+  EXPECT_EQ(exported(picture(CM_RGBA, 9, {{0x1FF, 0x101, 2, 0x1FF}})).rows, Bytes({0xFF, 0x80, 1, 0}));
+  EXPECT_EQ(exported(picture(CM_RGBA, 15, {{0x7FFF, 0x4000, 0x80, 0}})).rows, Bytes({0xFF, 0x80, 1, 0}));
 }
 
 TEST(BitmapExport, expandsReducedLayoutsAndBlackensThoseThatAreNotAccepted) {
@@ -124,16 +128,30 @@ TEST(BitmapExport, expandsReducedLayoutsAndBlackensThoseThatAreNotAccepted) {
   reduced.SetBitsPerSampleEx(layout);
   EXPECT_EQ(exported(reduced).rows, Bytes({123, 125, 255, 0}));
   EXPECT_EQ(exported(picture(CM_RGB, 7, {{15, 31, 31}})).rows, Bytes({0, 0, 0, 0}));
+
+  reduced = picture(CM_RGBA, 5, {{15, 31, 0, 1}});
+  const int withAlpha[] = {5, 5, 5, 1};
+  reduced.SetBitsPerSampleEx(withAlpha);
+  EXPECT_EQ(exported(reduced).rows, Bytes({123, 255, 0, 255}));
+  EXPECT_EQ(exported(picture(CM_RGBA, 7, {{15, 31, 31, 1}})).rows, Bytes({0, 0, 0, 0}));
 }
 
 TEST(BitmapExport, convertsGreyWithAlphaAndTheOtherModels) {
   EXPECT_EQ(exported(picture(CM_GRAYA, 8, {{100, 7}})).rows, Bytes({100, 100, 100, 7}));
+  EXPECT_EQ(exported(picture(CM_GRAYA, 16, {{0x1234, 0xABCD}})).rows, Bytes({0x12, 0x12, 0x12, 0xAB}));
   EXPECT_EQ(exported(picture(CM_GRAYA, 32, {{100, 7}})).rows, Bytes({0, 0, 0, 0}));
   EXPECT_EQ(exported(picture(CM_CMYK, 8, {{10, 20, 30, 40}})).rows, Bytes({185, 195, 205, 0}));
   EXPECT_EQ(exported(picture(CM_CMYK, 16, {{10, 20, 30, 40}})).rows, Bytes({0, 0, 0, 0}));
-  for (const COLOR_MODEL model :
-       {CM_LOGL, CM_HSI, CM_HSV, CM_HLS, CM_XYZ, CM_YUV, CM_YIQ, CM_YCbCr, CM_LUV, CM_Lab, CM_LOGLUV})
-    EXPECT_EQ(exported(CPxImage(model, 32, 2, 1)).header.biBitCount, 24);
+  // A green of half the brightness; a red whose samples are the low bytes of -1.9, 0.2 and -0.5 truncated.
+  EXPECT_EQ(exported(picture(CM_HSI, 32, {{120, 1, 0.25}})).rows, Bytes({0, 127, 0, 0}));
+  EXPECT_EQ(exported(picture(CM_HLS, 32, {{120, 0.25, 1}})).rows, Bytes({0, 127, 0, 0}));
+  EXPECT_EQ(exported(picture(CM_YCbCr, 32, {{0.5, 0, 1}})).rows, Bytes({0, 0, 255, 0}));
+  // Nothing converts these, so they are black.
+  for (const COLOR_MODEL model : {CM_LOGL, CM_HSV, CM_XYZ, CM_YUV, CM_YIQ, CM_LUV, CM_Lab, CM_LOGLUV}) {
+    const Exported made = exported(picture(model, 32, {{0.5, 0.5, 0.5}}));
+    EXPECT_EQ(made.header.biBitCount, 24);
+    EXPECT_EQ(made.rows, Bytes(made.rows.size()));
+  }
 }
 
 TEST(BitmapExport, makesNothingOfOtherImagesAndSucceeds) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <memory>
@@ -95,6 +96,47 @@ TEST(BitmapImport, unpacksIndicesFromTheHighestBit) {
                  indices(8, {{200, 0, 7}}));
 }
 
+TEST(BitmapImport, readsRowsOfEveryDepthInEitherOrder) {
+  struct Case {
+    BitmapMaker maker;
+    COLOR_MODEL model;
+    int bits;
+    Table rows;  // as they stand in the block
+  };
+  const Case cases[] = {
+      {{.width = 3, .bits = 1, .colours = greys(2), .data = {0xA0, 0, 0, 0, 0x60, 0, 0, 0, 0x20, 0, 0, 0}},
+       CM_INDEX,
+       1,
+       {{1, 0, 1}, {0, 1, 1}, {0, 0, 1}}},
+      {{.width = 3, .bits = 4, .colours = greys(16), .data = {0x12, 0x30, 0, 0, 0x45, 0x60, 0, 0, 0x78, 0x90, 0, 0}},
+       CM_INDEX,
+       4,
+       {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}},
+      {{.bits = 16, .data = {0x1F, 0, 0, 0, 0xE0, 0x03, 0, 0, 0, 0x7C, 0, 0}},
+       CM_RGB,
+       8,
+       {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}}},
+      {{.bits = 32, .data = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}},
+       CM_RGBA,
+       8,
+       {{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}}},
+      {{.bits = 32,
+        .compression = 3,
+        .masks = {0xFF, 0xFF00, 0xFF0000},
+        .data = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}},
+       CM_RGBA,
+       8,
+       {{3, 2, 1, 4}, {7, 6, 5, 8}, {11, 10, 9, 12}}},
+  };
+  for (auto [maker, model, bits, rows] : cases) {
+    maker.height = -3;
+    EXPECT_PICTURE(import(maker), picture(model, bits, rows)) << maker.bits << " bits";
+    maker.height = 3;
+    std::ranges::reverse(rows);
+    EXPECT_PICTURE(import(maker), picture(model, bits, rows)) << maker.bits << " bits";
+  }
+}
+
 TEST(BitmapImport, takesTheColourTable) {
   const CPxImage few = import({.bits = 8, .coloursUsed = 2, .colours = {0x04030201, 0x08070605}, .data = {9, 0, 0, 0}});
   ASSERT_EQ(few.palette.GetPaletteNum(), 2);
@@ -112,6 +154,10 @@ TEST(BitmapImport, takesTheColourTable) {
 TEST(BitmapImport, skipsTheColourTableOfTrueColour) {
   EXPECT_PICTURE(import({.coloursUsed = 2, .colours = {0x01010101, 0x02020202}, .data = {7, 8, 9, 0}}),
                  rgb8({{7, 8, 9}}));
+  // As many as there are colours of 16 bits, and no more, even if all are there.
+  EXPECT_PICTURE(import({.bits = 16, .coloursUsed = 65536, .colours = greys(65536), .data = {0x1F, 0, 0, 0}}),
+                 rgb8({{255, 0, 0}}));
+  expectRefused({.bits = 16, .coloursUsed = 65537, .colours = greys(65537), .data = {0x1F, 0, 0, 0}});
 }
 
 TEST(BitmapImport, reusesTheMemoryOfAnImageOfTheSameShape) {
@@ -388,6 +434,18 @@ TEST(BitmapPalette, listsFrequentColoursFirstThenTheLowest) {
   EXPECT_TRUE(isColour(palette, 3, 0, 0, 0));
   EXPECT_TRUE(isColour(palette, 4, 16, 0, 0));
   EXPECT_TRUE(isColour(palette, 255, 240, 28, 0));
+}
+
+TEST(BitmapPalette, countsThePixelsOfAllRows) {
+  for (const int height : {3, -3}) {
+    const CPxPalette palette = paletteFor({.height = height, .data = {0, 0, 255, 0, 255, 0, 0, 0, 255, 0, 0, 0}});
+    EXPECT_TRUE(isColour(palette, 0, 248, 0, 0));
+    EXPECT_TRUE(isColour(palette, 1, 0, 0, 248));
+    const CPxPalette fields =
+        paletteFor({.height = height, .bits = 16, .data = {0xE0, 0x03, 0, 0, 0x1F, 0, 0, 0, 0xE0, 0x03, 0, 0}});
+    EXPECT_TRUE(isColour(fields, 0, 0, 252, 0));
+    EXPECT_TRUE(isColour(fields, 1, 248, 0, 0));
+  }
 }
 
 TEST(BitmapPalette, takesSamplesByTheirMasks) {

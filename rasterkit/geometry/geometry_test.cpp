@@ -205,6 +205,9 @@ TEST(ResizeByFactor, takesTheTruncatedColumnAndRow) {
   EXPECT_EQ(result.flag, 1);
   EXPECT_PICTURE(result.dst, gray8({{0, 2, 4}, {10, 12, 14}, {20, 22, 24}}));  // 2.5 rows and columns round up
   EXPECT_PICTURE(scaled(gray8({{1, 2}}), 2.0F).dst, gray8({{1, 1, 2, 2}, {1, 1, 2, 2}}));
+  // 5 times the float nearest to 0.7 is a little less than 3.5 in doubles, 3.5 in floats.
+  EXPECT_PICTURE(scaled(gray8({{0, 1, 2, 3, 4}}), 0.7F).dst, gray8({{0, 1, 2}}));
+  EXPECT_PICTURE(scaled(gray8({{0}, {1}, {2}, {3}, {4}}), 0.7F).dst, gray8({{0}, {1}, {2}}));
   EXPECT_PICTURE(scaled(gray16({{1, 2, 3}}), 1.5F).dst, gray16({{1, 1, 2, 3, 3}, {1, 1, 2, 3, 3}}));
 }
 
@@ -269,15 +272,18 @@ TEST(ResizeEx, fillsADestinationOfTheSamePixelSizeOnly) {
   CPxImage two = picture(CM_GRAYA, 8, {{9, 9, 9, 9, 9, 9}});
   EXPECT_EQ(Geometry(&source).ResizeEx(1, CPoint(0, 0), two), 1);
   EXPECT_PICTURE(two, picture(CM_GRAYA, 8, {{1, 2, 3, 4, 3, 4}}));
+  const CPxImage before = two = picture(CM_GRAYA, 8, {{9, 9, 9, 9, 9, 9}});
 
   CPxImage one = gray8({{9}}), empty;
   EXPECT_EQ(Geometry(&source).ResizeEx(1, CPoint(0, 0), one), 0);
   EXPECT_EQ(Geometry(&source).ResizeEx(1, CPoint(0, 0), empty), 0);
   EXPECT_EQ(Geometry(&source).ResizeEx(0, CPoint(0, 0), two), 0);
+  EXPECT_EQ(Geometry(&source).ResizeEx(-1, CPoint(0, 0), two), 0);
+  EXPECT_EQ(Geometry(&source).ResizeEx(std::numeric_limits<float>::infinity(), CPoint(0, 0), two), 0);
   EXPECT_EQ(Geometry(&source).ResizeEx(NAN, CPoint(0, 0), two), 0);
   EXPECT_PICTURE(one, gray8({{9}}));
   EXPECT_FALSE(empty.IsCreated());
-  EXPECT_PICTURE(two, picture(CM_GRAYA, 8, {{1, 2, 3, 4, 3, 4}}));
+  EXPECT_PICTURE(two, before);
 }
 
 TEST(ResizeEx, leavesRowPaddingAndPaletteOfTheDestination) {

@@ -367,6 +367,31 @@ TEST(Regions, areRefusedBeyond32Bits) {
   EXPECT_TRUE(identical(image, CPxImage(CM_GRAY, 33, 4, 3)));
 }
 
+TEST(Regions, refuseAPartnerBeyond32BitsThoughItsPixelsHaveAsManyBytes) {
+  CPxImage image = grayFloat({{1, 2}, {3, 4}}), partner(CM_GRAY, 33, 2, 2), mask = gray8({{1, 1}, {1, 1}});
+  CPxMiscProcessing misc(&image);
+  EXPECT_EQ(misc.CopyTo(partner, CRect(0, 0, 1, 1)), 0);
+  EXPECT_EQ(misc.PasteFrom(partner, CRect(0, 0, 1, 1)), 0);
+  EXPECT_EQ(misc.PasteFrom(partner, CRect(0, 0, 1, 1), mask), 0);
+  EXPECT_TRUE(identical(partner, CPxImage(CM_GRAY, 33, 2, 2)));
+  EXPECT_PICTURE(image, grayFloat({{1, 2}, {3, 4}}));
+}
+
+TEST(Regions, refuseImagesWithoutChannels) {
+  CPxImage image = places(), partner = places(), mask = places();
+  image.channels = partner.channels = 0;
+  CPxMiscProcessing misc(&image);
+  EXPECT_EQ(misc.Crop(CRect(0, 0, 1, 1)), 0);
+  EXPECT_EQ(misc.CopyTo(partner, CRect(0, 0, 2, 2)), 0);
+  EXPECT_EQ(misc.PasteFrom(partner, CRect(0, 0, 2, 2)), 0);
+  EXPECT_EQ(misc.PasteFrom(partner, CRect(0, 0, 2, 2), mask), 0);
+  EXPECT_EQ(CPxDrawing(&image).SetFill(std::uint8_t{9}, CRect(0, 0, 2, 2)), 0);
+  EXPECT_EQ(CPxDrawing(&image).SetFill(std::uint8_t{9}, mask), 0);
+  image.channels = partner.channels = 1;
+  EXPECT_TRUE(identical(image, places()));
+  EXPECT_TRUE(identical(partner, places()));
+}
+
 TEST(Regions, ignoreTheAreaOfInterest) {
   CPxImage image = places(), nothing(CM_GRAY, 8, 4, 3);
   CPxDrawing drawing(&image);
