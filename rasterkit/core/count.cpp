@@ -94,7 +94,7 @@ class ChannelRows {
       : in_(in),
         channel_(channel),
         extract_(extract),
-        line_(in.channels == 1 ? 0 : static_cast<std::size_t>(in.width)) {}
+        line_(in.channels == 1 || in.height == 0 ? 0 : static_cast<std::size_t>(in.width)) {}
 
   const S* operator[](int y) {
     if (in_.channels == 1) return in_.row(y);

@@ -442,6 +442,11 @@ TEST(WorkingMemory, noneOfManyColumnsWithoutRowsOrManyRowsWithoutColumns) {
               }),
               0);
     EXPECT_TRUE(identical(image, CPxImage(CM_GRAY, 8, width, height)));
+
+    for (const int bits : {8, 16}) {
+      const CPxImage pixels(CM_GRAYA, bits, width, height);
+      EXPECT_LT(bytesFor([&] { CPxHistogram(pixels, 1); }), 4 << 20) << bits << " bits";  // its counters
+    }
   }
 }
 
