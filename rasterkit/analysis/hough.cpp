@@ -84,6 +84,7 @@ std::vector<int> peakPositions(CPxHistogram& histogram, double minIntervalRatio,
   return positions;
 }
 
+// Null where the host left a slot without one.
 CPxHoughLine* lineAt(const CPtrArray& lines, int index) { return static_cast<CPxHoughLine*>(lines[index]); }
 
 CPxHoughLine& append(CPtrArray& lines, const CPxHoughLine& line) {
@@ -239,9 +240,7 @@ CPxHoughTransform& CPxHoughTransform::operator=(const CPxHoughTransform& other) 
   CPxImageProcessingBase::operator=(other);
   accumulator_ = other.accumulator_;
   rhoMaximum_ = other.rhoMaximum_;
-  rhoMinimum_ = other.rhoMinimum_;
   rhoStep_ = other.rhoStep_;
-  rhoScale_ = other.rhoScale_;
   sines_ = other.sines_;
   cosines_ = other.cosines_;
   RemoveThetaRhoArray();
@@ -269,17 +268,17 @@ int CPxHoughTransform::Direct() {
   const int width = image->width, height = image->height;
   rhoMaximum_ =
       std::sqrt(static_cast<double>(wrappedSum(wrappedProduct(width, width), wrappedProduct(height, height))));
-  rhoMinimum_ = -rhoMaximum_;
-  const int cells = truncated(rhoMaximum_ - rhoMinimum_);
-  rhoScale_ = cells / (rhoMaximum_ - rhoMinimum_);
-  rhoStep_ = (rhoMaximum_ - rhoMinimum_) / cells;
+  const double extent = 2 * rhoMaximum_;
+  const int cells = truncated(extent);
+  const double scale = cells / extent;
+  rhoStep_ = extent / cells;
   accumulator_.Create(cells, kAngles);
   ComputeSINCOS();
   if (!accumulator_.IsCreated()) return 1;
 
   constexpr std::size_t kVoters = 16384;
   Voters list(kVoters);
-  const auto vote = [&] { list.vote(rhoScale_, cells, [this](int t) { return accumulator_.row(t); }); };
+  const auto vote = [&] { list.vote(scale, cells, [this](int t) { return accumulator_.row(t); }); };
   const auto pixels = viewOf<std::uint8_t>(*image, 1);
   for (int r = 0; r < pixels.height; ++r) {
     eachSet(pixels.row(r), width, [&](int k, std::uint8_t value) {
@@ -359,6 +358,7 @@ int CPxHoughTransform::DetectLine(CPxImage& out) {
     CPxHistogram byDistance(cells);
     for (int r = 0; r < cells; ++r)
       if (accumulator_.row(t)[r] > limit) byDistance.AddValue(r, static_cast<int>(accumulator_.row(t)[r]), HIST_RAW);
+    // All may stay: none are merged, and the ratio decides nothing.
     for (const int r : peakPositions(byDistance, 0.002, std::numeric_limits<int>::max())) {
       line.rhos.Add(static_cast<DWORD>(r));
       peaks.SetAt(r, t, accumulator_.GetAt(r, t));
@@ -376,8 +376,9 @@ void CPxHoughTransform::SetLineInfo() {
   const CPxImage* const image = voters();
   if (!image || !sines_) return;
   for (int i = 0; i < lines_.GetSize(); ++i) {
-    CPxHoughLine& line = *lineAt(lines_, i);
-    if (line.theta < 0 || line.theta >= kAngles) continue;
+    CPxHoughLine* const record = lineAt(lines_, i);
+    if (!record || record->theta < 0 || record->theta >= kAngles) continue;
+    CPxHoughLine& line = *record;
     for (int k = 0; k < line.rhos.GetSize(); ++k) {
       const double rho = line.rhos[k] * rhoStep_ - rhoMaximum_;
       CPoint first, second;

@@ -96,6 +96,8 @@ class RASTERKIT_API CPxHoughTransform : public CPxImageProcessingBase {
   ///
   ///     counter[theta][trunc(p)] += image[x, y], where 0 <= p < cells, p = rho * cells / (2 * largest rho) + cells / 2
   ///
+  /// where cells / 2 is a whole-number division.
+  ///
   /// pixels   one byte each, whatever the channels and bits: columns 0 to width - 1 of the row's bytes. Best are
   ///          two-level images (0, 255) or edge strengths.
   /// returns  1; an image whose accumulator would have no cells leaves it empty.
@@ -149,9 +151,7 @@ class RASTERKIT_API CPxHoughTransform : public CPxImageProcessingBase {
 
   CPxHoughImage accumulator_;
   double rhoMaximum_ = 0;
-  double rhoMinimum_ = 0;
   double rhoStep_ = 0;
-  double rhoScale_ = 0;
   const double* sines_ = nullptr;  // constants, shared by all objects
   const double* cosines_ = nullptr;
   CPtrArray lines_;

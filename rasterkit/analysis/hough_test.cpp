@@ -106,6 +106,33 @@ TEST(HoughImage, holdsACounterForEachDistanceAndAngle) {
   }
 }
 
+TEST(HoughImage, sumsIn64Bits) {
+  CPxHoughImage image(2, 2);
+  for (int i = 0; i < 4; ++i) image.SetAt(i % 2, i / 2, 4000000000u);
+  EXPECT_EQ(image.GetRhoMean(0), 4000000000.0);
+  EXPECT_EQ(image.GetThetaMean(0), 4000000000.0);
+  EXPECT_EQ(image.GetMean(), 4000000000.0);
+}
+
+TEST(HoughImage, servesOnWhateverIsWrittenIntoItsRowTable) {
+  CPxHoughImage image(3, 2);
+  image.SetAt(1, 1, 7);
+  DWORD* const row = image.GetBuffer()[1];
+  DWORD foreign[3] = {90, 91, 92};
+  for (DWORD* const written : {static_cast<DWORD*>(nullptr), foreign}) {
+    image.GetBuffer()[1] = written;
+    EXPECT_EQ(image.GetThetaBuffer(1), row);
+    EXPECT_EQ(image.GetAt(1, 1), 7u);
+    EXPECT_EQ(image.GetMax() + image.GetRhoMax(1) + image.GetThetaMax(1), 21u);
+    EXPECT_EQ(image.GetMean(), 7.0 / 6);
+    EXPECT_EQ(CPxHoughImage(image).GetAt(1, 1), 7u);
+    image.SetAt(2, 1, 8);
+    EXPECT_EQ(row[2], 8u);
+    image.SetAt(2, 1, 0);
+  }
+  EXPECT_EQ(foreign[2], 92u);
+}
+
 TEST(HoughImage, hasNoMinimumAbove2147483647) {
   CPxHoughImage image(2, 2);
   for (int i = 0; i < 4; ++i) image.SetAt(i % 2, i / 2, 3000000000u);
@@ -511,11 +538,11 @@ TEST(HoughDetect, findsNoLinesAtAnglesBeyondTheTables) {
 }
 
 TEST(HoughDetect, copiesOwnTheirCountersAndLines) {
-  CPxImage image = lineImage(60, 60, 20, 30), out;
+  CPxImage image = lineImage(60, 60, 20, 30), another = lineImage(50, 40, 70, 20), out;
   CPxHoughTransform transform(&image);
   transform.Direct();
   transform.DetectLine(out);
-  CPxHoughTransform copy(transform), assigned(&image);
+  CPxHoughTransform copy(transform), assigned(&another);
   assigned.Direct();
   assigned.DetectLine(out);
   assigned = transform;
@@ -527,8 +554,14 @@ TEST(HoughDetect, copiesOwnTheirCountersAndLines) {
     EXPECT_EQ(other->GetHoughImage().GetMax(), transform.GetHoughImage().GetMax());
     EXPECT_NE(other->GetHoughImage().GetBuffer(), transform.GetHoughImage().GetBuffer());
     EXPECT_EQ(other->GetImage(), &image);
-    CPxImage drawn = black(60, 60);
-    EXPECT_EQ(other->Inverse(drawn, transform.GetHoughImage()), 1);
+    CPxHoughImage peaks(transform.GetHoughImage().GetRhoCount(), 360);
+    peaks.SetAt(100, 100, 200);
+    peaks.SetAt(120, 200, 300);
+    CPxImage expected = black(60, 60), drawn = expected;
+    EXPECT_EQ(transform.Inverse(expected, peaks), 1);
+    EXPECT_EQ(other->Inverse(drawn, peaks), 1);
+    EXPECT_FALSE(test::samePicture(expected, black(60, 60)));
+    EXPECT_PICTURE(drawn, expected);
   }
 }
 
@@ -582,6 +615,21 @@ TEST(HoughDetect, clipsVerticalLinesOutsideTheImageToRowsBeyondAllOfThem) {
     EXPECT_EQ(line->firstPoints[k], first[k]) << "distance " << k - 2;
     EXPECT_EQ(line->secondPoints[k], second[k]) << "distance " << k - 2;
   }
+}
+
+TEST(HoughDetect, clipsLinesPastSlotsThatTheHostLeftEmpty) {
+  CPxImage image = black(3, 4);
+  Derived transform(&image);
+  transform.Direct();
+  auto* const line = new CPxHoughLine;
+  line->theta = 180;
+  line->rhos.Add(6);
+  transform.GetLineArray().SetSize(1);
+  transform.GetLineArray().Add(line);
+  transform.SetLineInfo();
+  ASSERT_EQ(line->firstPoints.GetSize(), 1);
+  EXPECT_EQ(line->firstPoints[0], CPoint(1, 0));
+  EXPECT_EQ(line->secondPoints[0], CPoint(1, 3));
 }
 
 TEST(Hough, letsDerivedClassesClipAndForgetLines) {

@@ -208,9 +208,25 @@ std::vector<CPxHistogramDensity> prominent(std::vector<CPxHistogramDensity> reco
 
 // Records -------------------------------------------------------------------------------------------------------------
 
-const CPxHistogramDensity* recordAt(const CPtrArray& records, int index) {
-  return static_cast<const CPxHistogramDensity*>(records[index]);
+// Null where the host left a slot without one.
+CPxHistogramDensity* recordAt(const CPtrArray& records, int index) {
+  return static_cast<CPxHistogramDensity*>(records[index]);
 }
+
+// Of the records from one end on, as long as their positions are passed, the last one.
+template <class F>
+CPxHistogramDensity* lastPassed(const CPtrArray& records, bool upward, F isPassed) {
+  CPxHistogramDensity* last = nullptr;
+  for (int n = records.GetSize(), i = 0; i < n; ++i) {
+    CPxHistogramDensity* const record = recordAt(records, upward ? i : n - 1 - i);
+    if (!record) continue;
+    if (!isPassed(record->position)) break;
+    last = record;
+  }
+  return last;
+}
+
+constexpr auto kAnyPosition = [](int) { return true; };
 
 void append(CPtrArray& records, const CPxHistogramDensity& record) {
   auto copy = std::make_unique<CPxHistogramDensity>(record);
@@ -299,7 +315,7 @@ int CPxHistogramProcessing::FindMaximaMinima() {
 
   const auto link = [this](CPtrArray& records, CPtrArray& others) {
     for (int i = 0; i < records.GetSize(); ++i) {
-      auto* const record = static_cast<CPxHistogramDensity*>(records[i]);
+      CPxHistogramDensity* const record = recordAt(records, i);
       if (const CPxHistogramDensity* const previous = GetPrevHDArray(others, record->position)) {
         record->previousPosition = previous->position;
         record->previousDensity = previous->density;
@@ -337,14 +353,15 @@ int CPxHistogramProcessing::SetMaxMinArray() {
 
 int CPxHistogramProcessing::SetValidMaxMinArray() {
   RemoveHDArray(validMaxima_);
-  if (!histogram_ || maxima_.GetSize() == 0) return 0;
-
+  if (!histogram_) return 0;
   std::vector<CPxHistogramDensity> records;
-  for (int i = 0; i < maxima_.GetSize(); ++i) records.push_back(*recordAt(maxima_, i));
+  for (int i = 0; i < maxima_.GetSize(); ++i)
+    if (const auto* const record = recordAt(maxima_, i)) records.push_back(*record);
+  if (records.empty()) return 0;
   std::ranges::stable_sort(
       records, [](const auto& a, const auto& b) { return CPxHistogramDensity::CompareDensity(&a, &b) < 0; });
-  for (int i = 0; i < maxima_.GetSize(); ++i)
-    *static_cast<CPxHistogramDensity*>(maxima_[i]) = records[static_cast<std::size_t>(i)];
+  for (int i = 0, k = 0; i < maxima_.GetSize(); ++i)
+    if (auto* const record = recordAt(maxima_, i)) *record = records[static_cast<std::size_t>(k++)];
 
   const auto most = static_cast<std::size_t>(maxValidMaximaCount_);
   if (records.size() > most) {
@@ -352,7 +369,7 @@ int CPxHistogramProcessing::SetValidMaxMinArray() {
     const int minGap = truncated(n * minIntervalRatio_);
     records = grouped(records, [&](std::size_t k) {
       int distance = magnitude(wrappedDifference(records[k].position, records[k - 1].position));
-      if (circular()) distance = std::min(distance, n - distance);
+      if (circular()) distance = std::min(distance, wrappedDifference(n, distance));
       return distance > minGap;
     });
     records = prominent(std::move(records), histogram_->GetMaxValue(nullptr, 0, -1, HIST_RAW), most);
@@ -362,27 +379,23 @@ int CPxHistogramProcessing::SetValidMaxMinArray() {
 }
 
 CPxHistogramDensity* CPxHistogramProcessing::GetPrevHDArray(CPtrArray& records, int position) {
-  int i = 0;
-  while (i < records.GetSize() && recordAt(records, i)->position < position) ++i;
-  if (i == 0 && circular()) i = records.GetSize();
-  return i == 0 ? nullptr : static_cast<CPxHistogramDensity*>(records[i - 1]);
+  auto* const before = lastPassed(records, true, [=](int passed) { return passed < position; });
+  return before || !circular() ? before : lastPassed(records, true, kAnyPosition);
 }
 
 CPxHistogramDensity* CPxHistogramProcessing::GetNextHDArray(CPtrArray& records, int position) {
-  int i = records.GetSize() - 1;
-  while (i >= 0 && recordAt(records, i)->position > position) --i;
-  if (i == records.GetSize() - 1 && circular()) i = -1;
-  return i + 1 >= records.GetSize() ? nullptr : static_cast<CPxHistogramDensity*>(records[i + 1]);
+  auto* const after = lastPassed(records, false, [=](int passed) { return passed > position; });
+  return after || !circular() ? after : lastPassed(records, false, kAnyPosition);
 }
 
 void CPxHistogramProcessing::RemoveHDArray(CPtrArray& records) {
-  for (int i = 0; i < records.GetSize(); ++i) delete static_cast<CPxHistogramDensity*>(records[i]);
+  for (int i = 0; i < records.GetSize(); ++i) delete recordAt(records, i);
   records.RemoveAll();
 }
 
 int CPxHistogramProcessing::DeleteAtHDArray(CPtrArray& records, int index) {
   if (index > records.GetSize()) return 0;
-  delete static_cast<CPxHistogramDensity*>(records[index]);
+  delete recordAt(records, index);
   records.RemoveAt(index);
   return 1;
 }

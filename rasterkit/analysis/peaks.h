@@ -99,6 +99,8 @@ class RASTERKIT_API CPxHistogramProcessing {
   void SaveHistogram(const char* path, HIST_FLAG flag);
 
  protected:
+  // Slots of the arrays that the host left null are passed over.
+
   /// Rebuilds the maxima and minima from the smoothed counts, in the order of the scan; returns the number of maxima.
   int SetMaxMinArray();
   /// Sorts the maxima and rebuilds the valid ones; 0 without maxima, else 1.

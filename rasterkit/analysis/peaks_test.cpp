@@ -205,6 +205,17 @@ TEST(HistogramSmooth, hasNoThirdDifferencesOfAHistogramWithCounts) {
   EXPECT_EQ(values(histogram, HIST_DIFF2), given);
 }
 
+TEST(HistogramSmooth, smoothsBeforeDifferencesWithTheSameArguments) {
+  for (const HIST_FLAG flag : {HIST_DIFF1, HIST_DIFF2, HIST_DIFF3}) {
+    CPxHistogram start = of({0, 60, 0, 0, 0, 0});
+    CPxHistogramProcessing(&start).Smooth(1, flag, 1, 0, 3);  // 30, 20, 20, 0, and 0 outside the range
+    EXPECT_EQ(values(start, HIST_SMOOTHED), (std::vector<int>{-10, 0, -20, 0, 0, 0})) << flag;
+    CPxHistogram middle = of({0, 60, 0, 0, 90, 0});
+    CPxHistogramProcessing(&middle).Smooth(1, flag, 1, 1, 3);  // 30, 20, 0 from bin 1 to 3
+    EXPECT_EQ(values(middle, HIST_SMOOTHED), (std::vector<int>{30, -10, -20, 0, 0, 0})) << flag;
+  }
+}
+
 TEST(HistogramSmooth, refusesOtherFlags) {
   CPxHistogram histogram = of({1, 4});
   for (const int flag : {0, 5, -1})
@@ -234,6 +245,23 @@ TEST(HistogramSmooth, trustsMarksThatOutliveTheirBuffers) {
   EXPECT_EQ(processing.Smooth(0, HIST_DIFF1, 0, -1, -1), 1);
   EXPECT_EQ(histogram.GetBuffer(HIST_SMOOTHED), nullptr);
   EXPECT_EQ(processing.Smooth(1, HIST_DIFF2, 0, -1, -1), 1);
+}
+
+TEST(HistogramSmooth, computesAllAnewForCopiesOfAHistogram) {
+  const std::vector<int> raw = {0, 0, 0, 0, 90, 0, 0, 0, 0};
+  CPxHistogram histogram = of(raw);
+  CPxHistogramProcessing(&histogram).Smooth(1, HIST_DIFF3, 1, -1, -1);
+  for (const bool byAssignment : {false, true}) {
+    CPxHistogram copy = byAssignment ? CPxHistogram() : histogram, other = copy;
+    if (byAssignment) copy = other = histogram;
+    CPxHistogramProcessing processing(&copy);
+    processing.FindMaximaMinima();
+    EXPECT_EQ(values(copy, HIST_SMOOTHED), plain::smoothed(raw, raw, 1, 2, -1, -1));
+    EXPECT_EQ(positions(processing.GetMaximaArray()), (std::vector<int>{4}));
+    CPxHistogramProcessing(&other).Smooth(1, HIST_DIFF3, 1, -1, -1);
+    for (const HIST_FLAG flag : {HIST_SMOOTHED, HIST_DIFF1, HIST_DIFF2})
+      EXPECT_EQ(values(other, flag), values(histogram, flag)) << flag;
+  }
 }
 
 // Extrema -------------------------------------------------------------------------------------------------------------
@@ -331,6 +359,46 @@ TEST(HistogramExtrema, haveNeighboursAcrossTheEndOfACircularAxis) {
   EXPECT_EQ(processing.GetNextHDArray(none, 3), nullptr);
 }
 
+TEST(HistogramExtrema, areFoundPastSlotsThatTheHostLeftEmpty) {
+  CPxHistogram histogram = of({0, 9, 0, 5, 0, 7, 0});
+  Derived processing(&histogram);
+  CPtrArray& maxima = processing.GetMaximaArray();
+  maxima.SetSize(1);
+  for (const bool isCircular : {false, true}) {
+    histogram.SetCircularModel(isCircular);
+    EXPECT_EQ(processing.GetPrevMaxima(3), nullptr);
+    EXPECT_EQ(processing.GetNextMaxima(3), nullptr);
+    EXPECT_EQ(processing.SetValidMaxMinArray(), 0);
+  }
+  for (const int bin : {3, 5}) {
+    maxima.Add(new CPxHistogramDensity(bin, histogram.GetValue(bin, HIST_RAW)));
+    maxima.SetSize(maxima.GetSize() + 1);
+  }
+  for (const bool isCircular : {false, true}) {
+    histogram.SetCircularModel(isCircular);
+    EXPECT_EQ(processing.GetPrevMaxima(4), maxima[1]);
+    EXPECT_EQ(processing.GetNextMaxima(4), maxima[3]);
+    EXPECT_EQ(processing.GetPrevMaxima(3), isCircular ? maxima[3] : nullptr);
+    EXPECT_EQ(processing.GetNextMaxima(5), isCircular ? maxima[1] : nullptr);
+  }
+  EXPECT_EQ(processing.SetValidMaxMinArray(), 1);
+  EXPECT_EQ(positions(processing.GetValidMaximaArray()), (std::vector<int>{5, 3}));
+  ASSERT_EQ(maxima.GetSize(), 5);
+  EXPECT_EQ(static_cast<const CPxHistogramDensity*>(maxima[1])->position, 5);  // the higher one first
+  EXPECT_EQ(static_cast<const CPxHistogramDensity*>(maxima[3])->position, 3);
+  EXPECT_EQ(maxima[2], nullptr);
+}
+
+TEST(HistogramExtrema, mayStandAtAnyPositionTheHostWrites) {
+  CPxHistogram histogram = of({0, 9, 0});
+  histogram.SetCircularModel(1);
+  Derived processing(&histogram);
+  for (const int position : {0, INT_MIN, INT_MAX})
+    processing.GetMaximaArray().Add(new CPxHistogramDensity(position, 5));
+  EXPECT_EQ(processing.SetValidMaxMinArray(), 1);  // distances wrap in 32 bits
+  EXPECT_GE(processing.GetValidMaximaArray().GetSize(), 1);
+}
+
 TEST(HistogramExtrema, areSmoothedAwayUntilFewEnoughRemain) {
   std::vector<int> curve(80, 0);
   for (int k = 0; k < 7; ++k) curve[5 + 10 * k] = 100 + 30 * k, curve[6 + 10 * k] = 90;
@@ -400,6 +468,22 @@ TEST(HistogramPeaks, thatAreCloseAreMergedIntoTheHigher) {
   EXPECT_EQ(processing.GetMaximaArray().GetSize(), 4);
 }
 
+TEST(HistogramPeaks, areCloseUpToATenthOfTheBinsAtFirst) {
+  for (const int distance : {25, 26}) {  // of 256 bins
+    std::vector<int> curve(256, 0);
+    curve[100] = 500;
+    curve[100 + distance] = 450;
+    curve[200] = 300;
+    CPxHistogram histogram = of(curve);
+    setCurve(histogram, curve);
+    CPxHistogramProcessing processing(&histogram);
+    processing.FindMaximaMinima();
+    // Not merged for their distance, there are three, of which the lowest is the first not to rise enough.
+    EXPECT_EQ(positions(processing.GetValidMaximaArray()),
+              distance == 25 ? (std::vector<int>{100, 200}) : (std::vector<int>{100, 126}));
+  }
+}
+
 TEST(HistogramPeaks, ofEqualDensityStayInPlaceHoweverManyThereAre) {
   std::vector<int> curve(201, 0), inOrder;
   for (int i = 2; i < 200; i += 4) curve[i] = 7, inOrder.push_back(i);
@@ -440,10 +524,14 @@ TEST(HistogramPeaks, countsBelowOneAreOne) {
     processing.FindMaximaMinima();
     EXPECT_EQ(processing.GetValidMaximaArray().GetSize(), 1);
     EXPECT_EQ(processing.GetMaximaArray().GetSize(), 3);
-    processing.SetMaxRawMaximaCount(count);
-    processing.FindMaximaMinima();
-    EXPECT_LE(processing.GetMaximaArray().GetSize(), 1);
-    setCurve(histogram, values(histogram, HIST_RAW));
+
+    // Two maxima, a single one after one pass, none after more.
+    CPxHistogram twin(15);
+    setCurve(twin, {0, 0, 0, 0, 0, 0, 90, 0, 90, 0, 0, 0, 0, 0, 0});
+    CPxHistogramProcessing raw(&twin);
+    raw.SetMaxRawMaximaCount(count);
+    raw.FindMaximaMinima();
+    EXPECT_EQ(positions(raw.GetMaximaArray()), (std::vector<int>{7}));
   }
 }
 
@@ -522,6 +610,25 @@ TEST(HistogramProcessing, copiesItsRecords) {
   }
 }
 
+TEST(HistogramProcessing, copiesItsHistogramAndSettings) {
+  std::vector<int> curve(100,
+                         0);  // 7 maxima, more than the 6 of the beginning, and 10 bins apart: as far as those merge
+  for (int k = 0; k < 7; ++k) curve[5 + 10 * k] = 100 + 30 * k;
+  CPxHistogram histogram = of(curve);
+  setCurve(histogram, curve);
+  CPxHistogramProcessing processing(&histogram), assigned;
+  processing.SetMinIntervalRatio(0);
+  processing.SetMaxRawMaximaCount(7);
+  processing.SetMaxValidMaximaCount(3);
+  CPxHistogramProcessing copy(processing);
+  assigned = processing;
+  for (CPxHistogramProcessing* const each : {&processing, &copy, &assigned}) {
+    EXPECT_EQ(each->FindMaximaMinima(), 1);
+    EXPECT_EQ(values(histogram, HIST_SMOOTHED), curve);
+    EXPECT_EQ(positions(each->GetValidMaximaArray()), (std::vector<int>{65, 55, 45}));
+  }
+}
+
 TEST(HistogramProcessing, deletesSingleRecords) {
   Derived processing;
   CPtrArray records;
@@ -573,6 +680,16 @@ TEST_F(HistogramFile, thatCannotBeOpenedThrows) {
   CPxHistogram histogram = of({3});
   EXPECT_THROW(CPxHistogramProcessing(&histogram).SaveHistogram("/no/such/folder/file", HIST_RAW), CFileException);
   EXPECT_THROW(CPxHistogramProcessing(&histogram).SaveHistogram(nullptr, HIST_RAW), CFileException);
+}
+
+TEST_F(HistogramFile, thatCannotBeWrittenThrows) {
+  const char* const full = "/dev/full";
+  if (std::filesystem::path::preferred_separator == '\\' || !std::filesystem::exists(full))
+    GTEST_SKIP() << "there is no device that is always full";
+  for (const int bins : {1, 65536}) {  // noticed as it is closed, and before
+    CPxHistogram histogram(bins);
+    EXPECT_THROW(CPxHistogramProcessing(&histogram).SaveHistogram(full, HIST_RAW), CFileException) << bins;
+  }
 }
 
 }  // namespace

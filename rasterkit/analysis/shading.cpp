@@ -77,7 +77,9 @@ void correct(View<S> out, View<const S> blank, const Levels& level) {
   });
 }
 
-// The same one sample at a time, for levels below 0: those of float blanks that became others.
+// The same one sample at a time, for levels below 0: those of float blanks that became others, or whose pixels of four
+// bytes serve an 8-bit image of four channels as they are; and of blanks without pixels, whose mean is NaN, that became
+// others.
 template <class S>
 void correctPlainly(View<S> out, View<const S> blank, const Levels& level) {
   for (int y = 0; y < out.height; ++y) {

@@ -28,7 +28,7 @@ RASTERKIT_KERNEL_TABLE(ShadingKernels, shadingKernels)
 
 #if RASTERKIT_HAS_VBMI
 namespace vbmi {
-// ShadingRows<uint8_t>::divide.
+// As ShadingRows<uint8_t>::divide, of levels that bytes hold.
 extern void (*const divideBytes)(uint8_t* samples, const uint8_t* blank, size_t n, const uint8_t* levels);
 // ShadingRows<uint16_t>::scale, of levels between these.
 constexpr int32_t kLeastLevel = 897, kGreatestLevel = 65536 - 896;

@@ -292,16 +292,28 @@ TEST(Shading, dividesWordsExactly) {
   useLevel("best");
 }
 
-/// Means of a float blank that became another: below 0, or none.
+/// The image corrected with a float blank of this mean that became another.
+CPxImage byMean(double mean, CPxImage image, const CPxImage& blank) {
+  CIMPShadingCorrect shading(&image);
+  const CPxImage real = picture(CM_RGBA, 32, {{mean, mean, mean, mean}});
+  shading.SetBlankImage(&real);
+  *shading.GetBlankImage() = blank;
+  EXPECT_EQ(shading.ShadingCorrect(), 1);
+  return image;
+}
+
+TEST(Shading, limitsTheMeanToTheGreatestSample) {
+  EXPECT_PICTURE(byMean(300, gray8({{200}}), gray8({{100}})), gray8({{78}}));                  // 20000 / 255
+  EXPECT_PICTURE(byMean(300, rgb8({{100, 0, 0}}), rgb8({{200, 1, 1}})), rgb8({{127, 0, 0}}));  // 25500 / 200
+  EXPECT_PICTURE(byMean(300, picture(CM_RGBA, 8, {{1, 2, 0, 9}}), picture(CM_RGBA, 8, {{1, 1, 1, 1}})),
+                 picture(CM_RGBA, 8, {{255, 127, 0, 9}}));
+  EXPECT_PICTURE(byMean(70000, gray16({{60}}), gray16({{60000}})), gray16({{54}}));  // 3600000 / 65535
+  EXPECT_PICTURE(byMean(70000, picture(CM_RGB, 16, {{300, 0, 0}}), picture(CM_RGB, 16, {{1, 1, 1}})),
+                 picture(CM_RGB, 16, {{218, 0, 0}}));  // 65535 / 300
+}
+
+/// Means below 0, or none.
 TEST(Shading, withAMeanBelowZeroStoresTheLowByte) {
-  const auto byMean = [](double mean, CPxImage image, const CPxImage& blank) {
-    CIMPShadingCorrect shading(&image);
-    const CPxImage real = picture(CM_RGBA, 32, {{mean, mean, mean, mean}});
-    shading.SetBlankImage(&real);
-    *shading.GetBlankImage() = blank;
-    EXPECT_EQ(shading.ShadingCorrect(), 1);
-    return image;
-  };
   // -5.9 + 0.5 is truncated to -5: 700 / -5 = -140, low byte 116; 0 stays.
   EXPECT_PICTURE(byMean(-5.9, gray8({{7, 0, 1}}), gray8({{100, 9, 0}})), gray8({{116, 0, 0}}));
   // 60000 * 40000 wraps to -1894967296; its quotient is positive and limited.
@@ -318,6 +330,15 @@ TEST(Shading, withAMeanBelowZeroStoresTheLowByte) {
     EXPECT_PICTURE(byMean(mean, rgb8({{3, 2, 9}}), rgb8({{7, 7, 0}})), rgb8({{-306783378 & 0xFF, 0, 9}}));
   }
   EXPECT_PICTURE(byMean(1e30, gray8({{7}}), gray8({{100}})), gray8({{0}}));  // beyond an integer too
+
+  // A blank without pixels has no mean either.
+  CPxImage image = rgb8({{3, 2, 9}});
+  const CPxImage none(CM_RGB, 8, 0, 1);
+  CIMPShadingCorrect shading(&image);
+  shading.SetBlankImage(&none);
+  *shading.GetBlankImage() = rgb8({{7, 7, 0}});
+  EXPECT_EQ(shading.ShadingCorrect(), 1);
+  EXPECT_PICTURE(image, rgb8({{-306783378 & 0xFF, 0, 9}}));
 }
 
 }  // namespace
