@@ -240,7 +240,7 @@ NarrowRule narrowRule(const WholeKernel& kernel) {
   rule.plain = kernel.offset == 0 && kernel.divisor > 0;
   rule.magnitude = kernel.magnitude;
   rule.negative = kernel.divisor < 0 ? -1 : 0;
-  rule.start = static_cast<std::int16_t>(kernel.start);
+  rule.start = kernel.start;
   // Quotients are limited before the offset is added, so that nothing leaves 16 bits: to -offset and most - offset. Of
   // an offset beyond all quotients only the end of the range is left that they are on.
   const int most = std::min(kernel.most, 255);

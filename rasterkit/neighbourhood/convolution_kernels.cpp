@@ -166,7 +166,7 @@ void finish(const int16_t* sums, const NarrowRule& rule, uint8_t* out, size_t n)
 
 template <class AnyTaps>
 void narrow(const AnyTaps& taps, const NarrowRule& rule, uint8_t* out, size_t n) {
-  eachBlock(taps, rule.start, n,
+  eachBlock(taps, static_cast<int16_t>(rule.start), n,
             [&](const int16_t* sums, size_t at, size_t count) { finish(sums, rule, out + at, count); });
 }
 

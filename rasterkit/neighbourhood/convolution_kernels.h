@@ -31,7 +31,7 @@ struct FactoredTaps {
 constexpr size_t kMostReach = 64;
 constexpr size_t kMostAcross = 16;
 
-// From a sum whose size is at most 32767 to a sample:
+// From a sum that 16 bits hold, or one that was limited to them, to a sample:
 //
 //     q = (sum / divisor, toward zero); q = q < flipBelow ? -q : q; sample = limited(q, least, greatest) + offset
 struct NarrowRule {
@@ -41,7 +41,7 @@ struct NarrowRule {
   int16_t flipBelow;  // the quotients below it change their sign
   int16_t least, greatest;
   int16_t offset;
-  int16_t start;  // what the sum begins with
+  int32_t start;  // what the sum begins with: of sums in 16 bits it fits these too
   // Of an offset of 0 only this is left: (|sum| or greatest(sum, 0)) / divisor, up to `greatest`.
   bool plain;
   bool magnitude;

@@ -467,6 +467,24 @@ TEST(Convolve, kernelsOfAllHeightsAndOfWidthsAroundTheGreatestReach) {
   }
 }
 
+// A whole offset, times the divisor, is what the sum begins with: far from what samples hold, too.
+TEST(ConvolveReal, wholeOffsetsFarBeyondTheSamples) {
+  test::Random random(16);
+  for (const double offset : {300.0, 512.0, 520.0, 600.0, 1000.0, 32767.0, 32768.0, 33000.0, 40000.0, 65536.0, 65600.0,
+                              4194303.0, 4194304.0, 4194305.0, 3e7}) {
+    for (const double sign : {1.0, -1.0}) {
+      for (const auto& [weight, divisor] : {std::pair{1.0, 1.0}, {-2.015625, 1.0}, {1.0, 2.0}, {-0.515625, -0.25}}) {
+        const CPxImage image =
+            randomImage(random, {random.oneIn(2) ? CM_GRAY : CM_RGB, random.oneIn(3) ? 16 : 8}, 37, 2);
+        equalsItsTwin("convolve-real", image, {1, 1, {weight}}, divisor, sign * offset);
+        equalsItsTwin("convolve-real", image, {2, 2, {weight, 0.25, -sign * offset / 255, 1}}, divisor, sign * offset);
+        const double most = sign * offset / 255;  // brings sums back to where samples are
+        equalsItsTwin("convolve-real", image, {2, 1, {std::round(-64 * most) / 64, weight}}, 1, sign * offset);
+      }
+    }
+  }
+}
+
 TEST(ConvolveReal, longRowsAndManyTaps) {
   test::Random random(13);
   for (int round = 0; round < 8; ++round) {
