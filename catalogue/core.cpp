@@ -20,7 +20,7 @@ std::vector<Operation> coreOperations() {
           .name = "setplane",
           .method = "CPxImageProcessingBase::SetPlane",
           .summary = "replaces one channel by a grey image",
-          .accepts = {.channels = {2, 3, 4}},
+          .accepts = {.channels = {2, 3, 4}, .samples = anySample | deepSamples},
           .result = {.where = Where::inPlace},
           .parameters = {integer("plane").range(0, 3).usually(0, 3).help(
                              "the channel: 0 is blue (or grey), then green, red, alpha"),

@@ -167,6 +167,18 @@ TEST(RGBtoRGB2B, anotherGreenWidthNeedsAtMostFiveCommonBits) {
   dst = reduced(CM_RGB, 3, {3, 3, 2}, {{0, 0, 0}});
   EXPECT_EQ(Colour::RGBtoRGB2B(&source, &dst), 1);
   EXPECT_PICTURE(dst, picture(CM_RGB, 3, {{7, 7, 3}}));
+  dst = reduced(CM_RGB, 5, {3, 3, 2}, {{0, 0, 0}});
+  EXPECT_EQ(Colour::RGBtoRGB2B(&source, &dst), 1);
+  EXPECT_PICTURE(dst, picture(CM_RGB, 5, {{7, 7, 3}}));
+}
+
+TEST(RGBtoRGB2B, samplesOfFewerBitsThanTheirPlaceStay) {
+  for (const int bits : {5, 4, 0}) {
+    CPxImage source = rgb8({{255, 16, 8}}), dst = reduced(CM_RGB, 5, {5, 5, 5}, {{0, 0, 0}});
+    source.bitsPerSample = bits;
+    EXPECT_EQ(Colour::RGBtoRGB2B(&source, &dst), 1);
+    EXPECT_PICTURE(dst, picture(CM_RGB, 5, {{255, 16, 8}})) << bits;
+  }
 }
 
 TEST(RGBtoRGB2B, usedWidthsAreFrom1To8) {
@@ -720,9 +732,12 @@ TEST(Invert, refusesOtherClassesAndModels) {
   for (const COLOR_MODEL model : {CM_LOGL, CM_HSI, CM_LOGLUV})
     for (const int bits : {8, 16, 33})
       EXPECT_PICTURE(inverted(CPxImage(model, bits, 1, 1), 0, 0), CPxImage(model, bits, 1, 1));
-  CPxImage odd = gray8({{7}});
-  odd.colorModel = static_cast<COLOR_MODEL>(7);
-  EXPECT_EQ(Colour(&odd).Invert(0), 0);
+  for (const int model : {-1, 5, 7, 9, 23}) {
+    for (CPxImage odd : {gray8({{7}}), CPxImage(CM_GRAY, 32, 1, 1), CPxImage(CM_HSI, 32, 1, 1)}) {
+      odd.colorModel = static_cast<COLOR_MODEL>(model);
+      EXPECT_EQ(Colour(&odd).Invert(0), 0) << model;
+    }
+  }
   EXPECT_EQ(Colour().Invert(0), 0);
 }
 
@@ -769,10 +784,28 @@ TEST(ReplaceColor, refusesOtherClassesAndModels) {
   for (const COLOR_MODEL model : {CM_GRAY, CM_GRAYA, CM_RGB, CM_RGBA, CM_CMYK, CM_BITMAP, CM_LOGL})
     EXPECT_PICTURE(replaced(CPxImage(model, 32, 1, 1), {}, {{1, 1, 1, 1}}, 0), CPxImage(model, 32, 1, 1));
   EXPECT_PICTURE(replaced(CPxImage(CM_HSI, 16, 1, 1), {}, {{1, 1, 1, 1}}, 0), CPxImage(CM_HSI, 16, 1, 1));
-  CPxImage odd = gray8({{7}});
-  odd.colorModel = static_cast<COLOR_MODEL>(23);
-  EXPECT_EQ(Colour(&odd).ReplaceColor({{7, 0, 0, 0}}, {}), 0);
+  for (const int model : {-1, 5, 7, 9, 23}) {
+    for (CPxImage odd : {gray8({{7}}), CPxImage(CM_GRAY, 32, 1, 1), CPxImage(CM_HSI, 32, 1, 1)}) {
+      odd.colorModel = static_cast<COLOR_MODEL>(model);
+      EXPECT_EQ(Colour(&odd).ReplaceColor({{7, 0, 0, 0}}, {}), 0) << model;
+    }
+  }
   EXPECT_EQ(Colour().ReplaceColor({}, {}), 0);
+}
+
+// The area of interest ------------------------------------------------------------------------------------------
+
+TEST(ColourInPlace, ignoresTheAreaOfInterest) {
+  CPxImage nothing(CM_GRAY, 8, 2, 1), image = rgb8({{1, 2, 3, 1, 2, 3}});
+  Colour colour(&image);
+  colour.SetAOIImage(&nothing);
+  EXPECT_EQ(colour.Invert(0), 1);
+  EXPECT_PICTURE(image, rgb8({{254, 253, 252, 254, 253, 252}}));
+  EXPECT_EQ(colour.ReplaceColor({{254, 253, 252, 0}}, {{9, 9, 9, 0}}), 1);
+  EXPECT_PICTURE(image, rgb8({{9, 9, 9, 9, 9, 9}}));
+  EXPECT_EQ(colour.HSIAdjust(0, 0, 0.5F), 0);
+  EXPECT_EQ(test::sampleAt(image, 0, 0, 0), test::sampleAt(image, 1, 0, 2));
+  EXPECT_NE(test::sampleAt(image, 0, 0, 0), 9);
 }
 
 }  // namespace

@@ -137,6 +137,20 @@ class EveryConversion : public testing::TestWithParam<const char*> {
   ~EveryConversion() override { useLevel("best"); }
 };
 
+// No result is asked for: nothing outside an image may be touched, which the sanitizers see best.
+TEST_P(EveryConversion, membersThatACallerOverwroteAreSafe) {
+  const Conversion& conversion = *std::ranges::find(conversions(), std::string(GetParam()), &Conversion::name);
+  Random random(17);
+  for (const PixelType from : types()) {
+    for (const PixelType to : types()) {
+      CPxImage source = someImage(random, from, 9, 3), dst = someImage(random, to, 9, 3);
+      overwriteMembers(random, random.oneIn(2) ? source : dst);
+      if (random.oneIn(3)) overwriteMembers(random, random.oneIn(2) ? source : dst);
+      conversion.fast(source, dst, someArguments(random));
+    }
+  }
+}
+
 TEST_P(EveryConversion, isItsSlowTwinOnEveryPairOfTypes) {
   const Conversion& conversion = *std::ranges::find(conversions(), std::string(GetParam()), &Conversion::name);
   // The plain form of the dispatchers takes either destination.

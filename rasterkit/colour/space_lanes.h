@@ -1,5 +1,5 @@
 #pragma once
-// The ways back from the colour spaces with AVX-512, 16 pixels at a time. Each lane sees the operations of the pixel
+// The colour spaces with AVX-512, there and back, 16 pixels at a time. Each lane sees the operations of the pixel
 // formulas in space_kernels.cpp, which includes this; what is left out changes no result, and the reason stands with
 // it. Internal linkage throughout.
 

@@ -53,24 +53,4 @@ int bySample(CPxImage& image, int channels, F f) {
   return bySampleType(image.bitsPerSample, [&]<class S>() { return f(viewOf<S>(image, channels)); });
 }
 
-// One pixel as a value: N samples of S.
-template <class S, int N>
-struct Pixel {
-  S sample[N];
-};
-
-// As bySample, with the channel count as a template argument too: f.template operator()<S, N>(). 0 for other counts.
-template <class F>
-int byPixelType(int bits, int channels, F f) {
-  return bySampleType(bits, [&]<class S>() {
-    switch (channels) {
-      case 1: return f.template operator()<S, 1>();
-      case 2: return f.template operator()<S, 2>();
-      case 3: return f.template operator()<S, 3>();
-      case 4: return f.template operator()<S, 4>();
-      default: return 0;
-    }
-  });
-}
-
 }  // namespace rasterkit

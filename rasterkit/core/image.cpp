@@ -101,11 +101,12 @@ void** CPxImage::Get2DBuffer() { return rows_.get(); }
 const void* const* CPxImage::Get2DBuffer() const { return rows_.get(); }
 
 void CPxImage::SetBitsPerSampleEx(const int* bits) {
-  if (bits && channelBits) std::copy_n(bits, std::clamp(channels, 0, 4), channelBits);
+  if (bits && rows_ && channelBits == ownChannelBits_) std::copy_n(bits, std::clamp(channels, 0, 4), channelBits);
 }
 
 void CPxImage::SetPixel(int x, int y, const unsigned char& value) {
-  if (!rasterkit::Storage::holdsItsPixels(*this) || channels != 1 || bitsPerSample > 8) return;
+  if (!rasterkit::Storage::holdsItsPixels(*this) || !rasterkit::Storage::rowsHold(*this, 1)) return;
+  if (channels != 1 || bitsPerSample > 8) return;
   if (x < 0 || x >= width || y < 0 || y >= height) return;
   block_.get()[static_cast<std::size_t>(y) * static_cast<std::size_t>(bytesPerLine) + static_cast<std::size_t>(x)] =
       value;

@@ -51,7 +51,8 @@ class RASTERKIT_API CPxPalette {
 /// bits      of a sample: at most 8 are unsigned 8-bit samples, 9 to 16 unsigned 16-bit, 17 to 32 float. Images of more
 ///           bits can be created (4 bytes a sample), but operations refuse them.
 /// members   public, and always those of the pixel block. Code that changes one makes the image describe other pixels;
-///           operations treat an image whose members reach beyond its block as not created.
+///           operations treat an image whose members reach beyond its block, or whose channelBits is another array, as
+///           not created, and refuse one whose rows have no room for its pixels.
 /// memory    an image that no memory can be had for throws std::bad_alloc and is empty afterwards.
 class RASTERKIT_API CPxImage {
  public:
@@ -64,7 +65,7 @@ class RASTERKIT_API CPxImage {
   virtual ~CPxImage();
 
   /// A deep copy: model, sizes, channel bits, pixels with their row padding, palette. The block is reused where its
-  /// size is the same.
+  /// size and the number of rows are the same.
   CPxImage& operator=(const CPxImage&);
   CPxImage& operator=(CPxImage&&) noexcept;
 
@@ -86,7 +87,7 @@ class RASTERKIT_API CPxImage {
   CPxPalette& GetPalette() { return palette; }
   const CPxPalette& GetPalette() const { return palette; }
 
-  /// Copies one number of bits a channel; null is ignored.
+  /// Copies one number of bits a channel; ignored for null and for an image that is not created.
   void SetBitsPerSampleEx(const int* bits);
   /// Stores one sample of a one-channel image of at most 8 bits; anything else, and a place outside, is ignored.
   void SetPixel(int x, int y, const unsigned char& value);

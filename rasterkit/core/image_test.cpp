@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <new>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "tests/support/picture.h"
@@ -204,6 +207,55 @@ TEST(Image, setPixelStoresInsideOneChannelBytesOnly) {
   EXPECT_PICTURE(words, test::gray16({{0}}));
 }
 
+TEST(Image, setPixelStaysInsideItsRowWhateverTheMembersSay) {
+  for (const int width : {5, 1000, INT_MAX, INT_MIN}) {
+    CPxImage image(CM_GRAY, 8, 4, 2);
+    image.width = width;
+    for (const int x : {4, 5, 500, 1 << 30}) image.SetPixel(x, 0, 77);
+    image.width = 4;
+    EXPECT_TRUE(identical(image, CPxImage(CM_GRAY, 8, 4, 2))) << width;
+  }
+  test::Random random(3);
+  for (int i = 0; i < 2000; ++i) {  // no result is asked for: the sanitizers see what lies outside
+    CPxImage image = randomImage(random, random.pick(test::pixelTypes()), random.between(0, 9), random.between(0, 9));
+    overwriteMembers(random, image);
+    image.SetPixel(random.between(0, 4000), random.between(0, 10), 1);
+    image.SetBitsPerSampleEx(std::vector<int>{5, 6, 5, 1}.data());
+    image.Create(CM_GRAY, 8, 2, 1);
+    EXPECT_TRUE(identical(image, CPxImage(CM_GRAY, 8, 2, 1)));
+  }
+}
+
+TEST(Image, aKeptBlocksRowTableIsWrittenAnew) {
+  CPxImage image(CM_GRAY, 8, 4, 2);
+  const CPxImage other = gray8({{1, 2, 3, 4}, {5, 6, 7, 8}});
+  for (const bool copied : {false, true}) {
+    std::swap(image.Get2DBuffer()[0], image.Get2DBuffer()[1]);
+    if (copied) {
+      image = other;
+    } else {
+      image.Create(CM_GRAY, 8, 4, 2);
+    }
+    EXPECT_EQ(image.Get2DBuffer()[0], image.GetBuffer());
+    EXPECT_EQ(image.Get2DBuffer()[1], static_cast<unsigned char*>(image.GetBuffer()) + 4);
+  }
+}
+
+TEST(Image, itsMembersStandInTheOrderThatTheHeaderGives) {
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+#endif
+  const std::size_t offsets[] = {
+      offsetof(CPxImage, colorModel),   offsetof(CPxImage, channels),   offsetof(CPxImage, bitsPerSample),
+      offsetof(CPxImage, channelBits),  offsetof(CPxImage, width),      offsetof(CPxImage, height),
+      offsetof(CPxImage, bytesPerLine), offsetof(CPxImage, bufferSize), offsetof(CPxImage, palette)};
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
+  EXPECT_TRUE(std::ranges::is_sorted(offsets));
+}
+
 TEST(Image, channelBitsAreCopiedOneAChannel) {
   CPxImage image(CM_RGB, 8, 1, 1);
   const int bits[] = {5, 6, 4};
@@ -214,6 +266,11 @@ TEST(Image, channelBitsAreCopiedOneAChannel) {
   image.SetBitsPerSampleEx(nullptr);
   EXPECT_EQ(image.channelBits[1], 6);
   CPxImage().SetBitsPerSampleEx(bits);
+  int foreign[2] = {1, 2};  // not the image's own, and too few
+  image.channelBits = foreign;
+  image.SetBitsPerSampleEx(bits);
+  EXPECT_EQ(foreign[0], 1);
+  EXPECT_EQ(foreign[1], 2);
 }
 
 TEST(Palette, grayRampRunsFromBlackToWhite) {
@@ -257,7 +314,8 @@ TEST(Palette, itemsOutsideAreNullAndNewOnesAreZero) {
     const tagRGBA item = *palette.GetPaletteItem(i);
     EXPECT_EQ(item.blue + item.green + item.red + item.reserved, 0);
   }
-  static_assert(sizeof(tagRGBA) == 4 && offsetof(tagRGBA, blue) == 0 && offsetof(tagRGBA, red) == 2);
+  static_assert(sizeof(tagRGBA) == 4 && offsetof(tagRGBA, blue) == 0 && offsetof(tagRGBA, green) == 1 &&
+                offsetof(tagRGBA, red) == 2 && offsetof(tagRGBA, reserved) == 3);
 }
 
 TEST(ImageInfo, channelsOfEveryModel) {

@@ -5,7 +5,7 @@
 //     struct ThresholdKernels { ... };
 //     RASTERKIT_KERNEL_TABLE(ThresholdKernels, thresholdKernels)
 //
-// and callers get the table of the level that serves from kernels<ThresholdKernels>() in core/levels.h.
+// and callers get the table of the level that serves from kernels<ThresholdKernels>() in core/kernels.h.
 //
 // The build writes RASTERKIT_EACH_LEVEL(do, ...): do(level, ...) for each level it compiles, least first.
 

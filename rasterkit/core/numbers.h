@@ -1,5 +1,6 @@
 #pragma once
-/// The named conversions between numbers. No bare conversion from floating point to an integer stands anywhere else.
+/// The named conversions between numbers. A bare conversion from floating point to an integer stands only where the
+/// value is known to fit and the line says why.
 
 #include "rasterkit/core/kernel_numbers.h"
 

@@ -28,6 +28,7 @@ TEST(Numbers, theGreatestSampleOfSoManyBits) {
   EXPECT_EQ(greatestSample(16), 65535);
   EXPECT_EQ(greatestSample(31), 2147483647);
   EXPECT_EQ(greatestSample(32), -1);
+  EXPECT_EQ(greatestSample(-1), 0);
 }
 
 TEST(Numbers, totalOrderRanksEveryFloat) {

@@ -34,8 +34,10 @@ TEST(ProcessingBase, storesPointersAndChecksNothing) {
   onArray.SetAOIImage(nullptr);
   EXPECT_EQ(onArray.GetImage(), &image);
   EXPECT_EQ(onArray.GetImageArray(), nullptr);
-  none = onImage;
+  onImage.SetImageArray(&array);
+  EXPECT_EQ(&(none = onImage), &none);
   EXPECT_EQ(none.GetImage(), &image);
+  EXPECT_EQ(none.GetImageArray(), &array);
   EXPECT_EQ(none.GetAOIImage(), &mask);
 }
 
@@ -135,6 +137,15 @@ TEST(SetPlane, replacesOneChannel) {
   CPxImage image = rgb8({{1, 2, 3, 4, 5, 6}}), plane = gray8({{50, 60}});
   EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(1, plane), 1);
   EXPECT_PICTURE(image, rgb8({{1, 50, 3, 4, 60, 6}}));
+}
+
+TEST(SetPlane, beyondThirtyTwoBitsChangesNothing) {
+  CPxImage image(CM_RGB, 33, 2, 2), plane(CM_GRAY, 33, 2, 2), other(CM_GRAY, 33, 2, 1);
+  for (int i = 0; i < plane.bufferSize; ++i) static_cast<unsigned char*>(plane.GetBuffer())[i] = 7;
+  EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(1, plane), 1);
+  EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(1, other), 0);
+  EXPECT_EQ(CPxImageProcessingBase(&image).SetPlane(4, plane), 0);
+  EXPECT_TRUE(identical(image, CPxImage(CM_RGB, 33, 2, 2)));
 }
 
 TEST(SetPlane, afterGetPlaneLeavesTheImageUnchanged) {

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <sstream>
 
@@ -184,6 +186,28 @@ CPxImage randomMask(Random& random, int width, int height) {
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x) setSample(mask, x, y, 0, random.oneIn(2) ? 0 : random.between(1, 255));
   return mask;
+}
+
+void overwriteMembers(Random& random, CPxImage& image) {
+  static const int numbers[] = {INT_MIN, -33, -8, -1, 0, 1, 2, 3, 4, 5, 8, 9, 16, 17, 32, 33, 64, 4096, INT_MAX};
+  static int foreignBits[1] = {8};
+  for (int changes = random.between(1, 3); changes > 0; --changes) {
+    const int number = numbers[random.between(0, int(std::size(numbers)) - 1)];
+    switch (random.between(0, 9)) {
+      case 0: image.colorModel = static_cast<COLOR_MODEL>(random.between(-1, 24)); break;
+      case 1: image.channels = number; break;
+      case 2: image.bitsPerSample = number; break;
+      case 3: image.width = number; break;
+      case 4: image.height = number; break;
+      case 5: image.bytesPerLine = number; break;
+      case 6: image.bufferSize = number; break;
+      case 7: image.palette = CPxPalette(random.between(0, 300)); break;
+      case 8: image.channelBits = random.oneIn(2) ? foreignBits : nullptr; break;
+      default:
+        if (image.channelBits) image.channelBits[0] = number;
+        break;
+    }
+  }
 }
 
 }  // namespace rasterkit::test

@@ -48,4 +48,7 @@ CPxImage randomImage(Random& random, PixelType type, int width, int height);
 /// One byte a pixel, about half of them 0.
 CPxImage randomMask(Random& random, int width, int height);
 
+/// Writes into one to three of the image's public members what a caller might.
+void overwriteMembers(Random& random, CPxImage& image);
+
 }  // namespace rasterkit::test

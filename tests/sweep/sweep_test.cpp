@@ -34,26 +34,6 @@ std::uint64_t seedOf(const std::string& name) {
   return seed;
 }
 
-// One to three of the public members as a caller might leave them.
-void overwriteMembers(Random& random, CPxImage& image) {
-  static const int numbers[] = {INT_MIN, -33, -8, -1, 0, 1, 2, 3, 4, 5, 8, 9, 16, 17, 32, 33, 64, 4096, INT_MAX};
-  for (int changes = random.between(1, 3); changes > 0; --changes) {
-    const int number = numbers[random.between(0, int(std::size(numbers)) - 1)];
-    switch (random.between(0, 7)) {
-      case 0: image.colorModel = static_cast<COLOR_MODEL>(random.between(-1, 24)); break;
-      case 1: image.channels = number; break;
-      case 2: image.bitsPerSample = number; break;
-      case 3: image.width = number; break;
-      case 4: image.height = number; break;
-      case 5: image.bytesPerLine = number; break;
-      case 6: image.bufferSize = number; break;
-      default:
-        if (image.channelBits) image.channelBits[0] = number;
-        break;
-    }
-  }
-}
-
 class Sweep : public testing::TestWithParam<std::string> {
  protected:
   const Operation& operation = *find(GetParam());
