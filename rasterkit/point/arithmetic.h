@@ -25,15 +25,16 @@ class RASTERKIT_API CPxArithmeticProcessing : public CPxImageProcessingBase {
 
   /// s = low 8 bits of min(s + k, 255). Float samples with 1 channel.
   int ADD(int k, CRect rect);
-  /// s = low 8 bits of min(s + k, 255) truncated.
+  /// s = low 8 bits of min(s + k, 255) truncated. Float samples with 1 channel.
   int ADD(float k, CRect rect);
   /// s = low 8 bits of max(s - k, 0). Float samples with 1 channel.
   int SUB(int k, CRect rect);
-  /// s = low 8 bits of max(s - k, 0) truncated.
+  /// s = low 8 bits of max(s - k, 0) truncated. Float samples with 1 channel.
   int SUB(float k, CRect rect);
   /// s = s * k, limited to 0 and 255. Float samples with 1 channel.
   int MUL(int k, CRect rect);
-  /// s = s * k + 0.5, limited to 0 and 255, truncated: the product in single, the sum in double precision.
+  /// s = s * k + 0.5, limited to 0 and 255, truncated: the product in single, the sum in double precision. Float
+  /// samples with 1 channel.
   int MUL(float k, CRect rect);
 
   /// Divides by the samples of another image.

@@ -102,6 +102,26 @@ TEST(Averaging, mayWriteIntoTheSeries) {
   }
 }
 
+TEST(Averaging, takesAsManyImagesAsTheCollectionSays) {
+  std::vector<CPxImage> images = {gray8({{1, 9}, {9, 9}}), gray8({{3, 9}, {9, 9}}), gray8({{8, 9}, {9, 9}})};
+  CPxImageArray array = series(images);
+  const std::pair<int, CPxImage> expected[] = {
+      {1, images[0]}, {2, gray8({{2, 0}, {0, 0}})}, {3, gray8({{4, 0}, {0, 0}})}, {4, images[0]}, {INT_MAX, images[0]}};
+  for (const auto& [count, mean] : expected) {
+    array.count = count;
+    CPxImage dst;
+    EXPECT_EQ(CPxAveraging(&array).AveragingAverage(dst), count <= 3) << count;
+    EXPECT_TRUE(identical(dst, mean)) << count;
+  }
+}
+
+TEST(Averaging, refusesASeriesWithTheDestinationInIt) {
+  std::vector<CPxImage> images = {grayFloat({{1, 9}, {9, 9}}), grayFloat({{3, 9}, {9, 9}})};
+  CPxImageArray array = series(images);
+  EXPECT_EQ(CPxAveraging(&array).AveragingAverage(images[1]), 0);
+  EXPECT_PICTURE(images[1], grayFloat({{1, 9}, {9, 9}}));
+}
+
 TEST(Averaging, refusesFloatsAndPairsWithACopyOfTheFirst) {
   for (const PixelType type :
        {PixelType{CM_GRAY, 32}, PixelType{CM_GRAYA, 8}, PixelType{CM_RGB, 32}, PixelType{CM_GRAY, 33}}) {

@@ -5,30 +5,41 @@
 
 #include <algorithm>
 
+namespace rasterkit {
+namespace {
+
+// One record for each block of counters, or none where there is no memory.
+CArray<_PP_LOOKUP_TABLE> recordsOf(std::vector<std::vector<unsigned int>>& counters) {
+  CArray<_PP_LOOKUP_TABLE> records;
+  records.SetSize(static_cast<int>(counters.size()));
+  for (int i = 0; i < records.GetSize(); ++i) {
+    auto& counts = counters[static_cast<std::size_t>(i)];
+    records[i] = {counts.data(), static_cast<int>(counts.size())};
+  }
+  return records;
+}
+
+}  // namespace
+}  // namespace rasterkit
+
 using namespace rasterkit;
 
 CPxPointProcessing::CPxPointProcessing(const CPxPointProcessing& other)
-    : CPxImageProcessingBase(other), counters_(other.counters_) {
-  point();
-}
+    : CPxImageProcessingBase(other), counters_(other.counters_), tables_(recordsOf(counters_)) {}
 
 CPxPointProcessing& CPxPointProcessing::operator=(const CPxPointProcessing& other) {
   if (this == &other) return *this;
   RemoveAll();
   CPxImageProcessingBase::operator=(other);
-  counters_ = other.counters_;
-  point();
+  auto counters = other.counters_;
+  tables_ = recordsOf(counters);
+  counters_ = std::move(counters);
   return *this;
-}
-
-// One record for each block of counters.
-void CPxPointProcessing::point() {
-  for (auto& counts : counters_) tables_.Add({counts.data(), static_cast<int>(counts.size())});
 }
 
 void CPxPointProcessing::RemoveAll() {
   tables_.RemoveAll();
-  counters_ = {};
+  std::vector<std::vector<unsigned int>>().swap(counters_);
 }
 
 int CPxPointProcessing::CalLookupTable() {
@@ -46,7 +57,7 @@ int CPxPointProcessing::CalLookupTable() {
                   static_cast<int>(values));
     return 1;
   });
+  tables_ = recordsOf(counters);
   counters_ = std::move(counters);
-  point();
   return 1;
 }

@@ -43,8 +43,6 @@ class RASTERKIT_API CPxPointProcessing : public CPxImageProcessingBase {
   void RemoveAll();
 
  private:
-  void point();
-
   // The records may be written to by callers, so the memory has owners of its own.
   std::vector<std::vector<unsigned int>> counters_;
   CArray<_PP_LOOKUP_TABLE> tables_;

@@ -182,6 +182,8 @@ TEST(Partial, copiesAndReportsFailure) {
   CPxImage image = rgb8({{1, 2, 3}}), dst;
   EXPECT_EQ(CPxThresholdProcessing(&image).Partial(dst, 128), 0);
   EXPECT_TRUE(identical(dst, image));
+  EXPECT_EQ(CPxThresholdProcessing(&image).Partial(image, 128), 0);
+  EXPECT_TRUE(identical(image, dst));
 }
 
 }  // namespace

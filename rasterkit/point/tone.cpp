@@ -18,7 +18,7 @@ namespace {
 // entry(i), within 0 and n - 1, for n entries.
 template <class Entry>
 void makeEntries(ToneTable& table, int n, Entry entry) {
-  table.entries = {};  // before there is memory for new ones: there may be none
+  table.release();  // before there is memory for new ones: there may be none
   if (n < 1) return;
   std::vector<int> entries(static_cast<std::size_t>(n));
   for (int i = 0; i < n; ++i) entries[static_cast<std::size_t>(i)] = std::clamp(truncated(entry(i)), 0, n - 1);

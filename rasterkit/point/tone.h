@@ -12,6 +12,21 @@ namespace rasterkit {
 struct ToneTable {
   float coefficient = 1.5F;
   std::vector<int> entries;
+
+  ToneTable() = default;
+  ToneTable(const ToneTable&) = default;
+  /// Without memory for the entries there are none.
+  ToneTable& operator=(const ToneTable& other) {
+    if (this == &other) return *this;
+    release();
+    coefficient = other.coefficient;
+    entries = other.entries;
+    return *this;
+  }
+  ~ToneTable() = default;
+
+  /// Gives the memory of the entries back.
+  void release() { std::vector<int>().swap(entries); }
 };
 
 }  // namespace rasterkit

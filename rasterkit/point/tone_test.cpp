@@ -274,6 +274,11 @@ TYPED_TEST(Tables, ignoreTheAreaOfInterest) {
 
 TYPED_TEST(Tables, canBeDeletedThroughTheirBase) { EXPECT_TRUE(std::has_virtual_destructor_v<TypeParam>); }
 
+TEST(Brightness, canBeDeletedThroughItsBase) {
+  EXPECT_TRUE(std::has_virtual_destructor_v<CPxBrightnessProcessing>);
+  EXPECT_FALSE(std::has_virtual_destructor_v<CPxPointProcessing>);
+}
+
 TEST(AutoContrast, isInert) {
   CPxImage image = gray8({{3}});
   EXPECT_EQ(CPxContrastProcessing(&image).AutoContrast(), 0);

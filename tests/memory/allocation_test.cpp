@@ -167,20 +167,39 @@ TEST(WithoutMemoryTable, isEmptyAndCanBeMadeAgain) {
     gamma.Gamma(CRect(-1, -1, -1, -1));
   });
 
-  CPxPointProcessing counts(&image);
+  setMessageHandler([](void*, const char*, const char*, unsigned int) { return 1; });
+  CPxContrastProcessing first(&image), second(&image), copy;
+  first.CreateVectorTable(256);
+  second.CreateVectorTable(16);
+  const auto contrasts = [](CPxContrastProcessing& processing) { return processing.Contrast(CRect(-1, -1, -1, -1)); };
+  whereverMemoryEnds([&] { copy = first; }, [&](bool stopped) { EXPECT_EQ(contrasts(copy), stopped ? 0 : 1); },
+                     [&] { copy = second; });
+  setMessageHandler(nullptr);
+
+  CPxImage pixels = picture(CM_RGBA, 8, {{1, 2, 3, 4}});
+  CPxPointProcessing counts(&pixels);
   whereverMemoryEnds([&] { counts.CalLookupTable(); },
                      [&](bool stopped) {
-                       EXPECT_EQ(counts.GetLookupTableCount(), stopped ? 0 : 1);
+                       EXPECT_EQ(counts.GetLookupTableCount(), stopped ? 0 : 4);
                        counts.CalLookupTable();
-                       EXPECT_EQ(counts.GetLookupTableCount(), 1);
+                       EXPECT_EQ(counts.GetLookupTableCount(), 4);
                      },
                      [&] { counts.RemoveAll(); });
-  losesNothing([&] {
-    CPxPointProcessing made(&image);
-    made.CalLookupTable();
-    CPxPointProcessing copy = made;
-    copy = made;
-  });
+  counts.CalLookupTable();
+  CPxPointProcessing copied;
+  whereverMemoryEnds([&] { copied = counts; },
+                     [&](bool stopped) { EXPECT_EQ(copied.GetLookupTableCount(), stopped ? 0 : 4); },
+                     [&] { copied.RemoveAll(); });
+  losesNothing([&] { const CPxPointProcessing made = counts; });
+}
+
+TEST(WorkingMemory, ofATableIsGivenBackBeforeTheNextIsMade) {
+  CPxContrastProcessing contrast;
+  const long before = heldBytes();
+  contrast.CreateVectorTable(65536);
+  EXPECT_EQ(bytesFor([&] { contrast.CreateVectorTable(65536); }), 0);
+  contrast.CreateVectorTable(0);
+  EXPECT_EQ(heldBytes(), before);
 }
 
 TEST(WithoutMemoryHistogram, isEmptyAndCanBeMadeAgain) {
