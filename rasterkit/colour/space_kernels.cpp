@@ -4,7 +4,7 @@
 #include "rasterkit/core/kernel_planes.h"
 
 #if defined(__AVX512DQ__)
-#include "rasterkit/colour/space_lanes.h"
+#include "rasterkit/colour/kernel_lanes.h"
 #endif
 
 namespace rasterkit::RASTERKIT_LEVEL {

@@ -1,7 +1,7 @@
 #include "rasterkit/neighbourhood/convolution_kernels.h"
 
 #include "rasterkit/core/kernel_numbers.h"
-#include "rasterkit/neighbourhood/convolution_finish.h"
+#include "rasterkit/neighbourhood/kernel_finish.h"
 
 namespace rasterkit::RASTERKIT_LEVEL {
 namespace {

@@ -1,8 +1,8 @@
 // The sums of four products of bytes.
 
 #include "rasterkit/core/kernel_numbers.h"
-#include "rasterkit/neighbourhood/convolution_finish.h"
 #include "rasterkit/neighbourhood/convolution_kernels.h"
+#include "rasterkit/neighbourhood/kernel_finish.h"
 
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"  // g++ 12 finds that in its own intrinsics
