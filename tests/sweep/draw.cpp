@@ -25,8 +25,9 @@ int drawnInteger(Random& random, const Parameter& parameter) {
 }
 
 double drawnReal(Random& random, const Parameter& parameter) {
-  static const double edges[] = {0.0,  -0.0,  0.5,   1.0,  -1.0,     2.0,       255.0, -255.5,
-                                 1e10, -1e10, 1e-40, 3e38, INFINITY, -INFINITY, NAN};
+  static const double edges[] = {0.0,    -0.0,  0.5,     1.0,     -1.0,     2.0,       255.0,
+                                 -255.5, 300.0, -1000.0, 32767.0, 33000.0,  -4e4,      4194304.0,
+                                 1e10,   -1e10, 1e-40,   3e38,    INFINITY, -INFINITY, NAN};
   if (random.oneIn(4)) {
     const double edge = edges[random.between(0, int(std::size(edges)) - 1)];
     if (!std::isnan(edge) || (!parameter.sizesResult && parameter.most > 1e300)) return limited(parameter, edge);
@@ -43,12 +44,13 @@ int drawnEdge(Random& random, int length) {
 Kernel drawnKernel(Random& random) {
   Kernel kernel{random.between(1, 5), random.between(1, 5), {}};
   if (random.oneIn(2)) kernel.width = kernel.height = 3;
-  const int style = random.between(0, 3);
+  const int style = random.between(0, 4);
   for (int i = 0; i < kernel.width * kernel.height; ++i) {
     double weight = random.between(-4, 4);
     if (style == 1) weight = random.between(-127, 127);
     if (style == 2) weight = random.between(-70000, 70000);
     if (style == 3) weight = double(float(random.fraction() * 2 - 0.7));
+    if (style == 4) weight = random.between(-200, 200) / 64.0;  // of which double precision holds every sum
     kernel.weights.push_back(weight);
   }
   return kernel;
@@ -123,19 +125,20 @@ Outcome outcome(const Operation& operation, const Draw& draw, const std::functio
                 const CPxImage& before, Alias alias) {
   Outcome result;
   result.source = draw.source;
-  CPxImage other = before, mask = draw.mask;
-  std::map<std::string, CPxImage> images = draw.images;
-  std::vector<CPxImage> series = draw.series;
+  result.images = draw.images;
+  result.series = draw.series;
+  result.mask = draw.mask;
+  CPxImage other = before;
 
-  CPxImage& dst = alias == Alias::dstIsSource ? result.source : alias == Alias::dstIsMask ? mask : other;
+  CPxImage& dst = alias == Alias::dstIsSource ? result.source : alias == Alias::dstIsMask ? result.mask : other;
   Call call(operation, result.source, dst);
   for (const auto& [name, value] : draw.arguments) call.set(name, value);
-  for (auto& [name, image] : images)
+  for (auto& [name, image] : result.images)
     call.set(name, alias == Alias::imageIsSource ? &result.source : alias == Alias::imageIsDst ? &dst : &image);
-  if (draw.masked) call.mask = &mask;
+  if (draw.masked) call.mask = &result.mask;
   if (operation.readsSeries) {
     call.series.push_back(&result.source);
-    for (CPxImage& image : series) call.series.push_back(&image);
+    for (CPxImage& image : result.series) call.series.push_back(&image);
   }
   result.flag = call.run(body);
   result.succeeded = call.succeeded(result.flag);

@@ -34,8 +34,12 @@ struct Outcome {
   int flag = 0;
   bool succeeded = false;
   CPxImage dst;
-  CPxImage source;  // as the call left it
   std::string report;
+  // What the call reads, as it left it.
+  CPxImage source;
+  std::map<std::string, CPxImage> images;
+  std::vector<CPxImage> series;
+  CPxImage mask;
 };
 
 /// One run on copies of the draw's images. dst begins as `before`.

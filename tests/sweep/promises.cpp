@@ -21,6 +21,17 @@ std::string difference(const Outcome& actual, const Outcome& expected, const cha
   return "";
 }
 
+// "" where a call left what it reads as it was.
+std::string changes(const Draw& draw, const Outcome& after) {
+  if (!test::identical(after.source, draw.source)) return "the source changed";
+  if (!test::identical(after.mask, draw.mask)) return "the area of interest changed";
+  for (const auto& [name, image] : draw.images)
+    if (!test::identical(after.images.at(name), image)) return name + " changed";
+  for (std::size_t i = 0; i < draw.series.size(); ++i)
+    if (!test::identical(after.series[i], draw.series[i])) return "an image of the series changed";
+  return "";
+}
+
 // The part of an image from (left, top).
 CPxImage part(const CPxImage& image, int left, int top, int width, int height) {
   CPxImage out(image.colorModel, image.bitsPerSample, width, height);
@@ -37,8 +48,7 @@ std::string breaksTwin(const Operation& operation, const Draw& draw, const CPxIm
   const plain::Twin* const twin = plain::find(operation.name);
   if (!twin) return "has no slow twin";
   const Outcome actual = outcome(operation, draw, operation.run, before);
-  if (const auto same = test::identical(actual.source, draw.source); !same)
-    return std::string("the source changed: ") + same.message();
+  if (const std::string changed = changes(draw, actual); !changed.empty()) return changed;
   return difference(actual, outcome(operation, draw, *twin, before), "against the slow twin");
 }
 
