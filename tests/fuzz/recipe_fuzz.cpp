@@ -1,4 +1,4 @@
-// Foreign bytes as the text of a recipe: it is refused with one line, or means something that can be written and read
+// Foreign bytes as the text of a recipe: it is refused with a reason, or means something that can be written and read
 // again. The seeds are written by rasterkit_recipe_seeds.
 
 #include <cstdint>
@@ -31,7 +31,6 @@ void run(std::string_view text) {
   try {
     expect(format(parseRecipe(written)) == written, "what is written is read as the same", written);
   } catch (const RecipeError& error) {
-    // A name may hold what no text can quote: a quotation mark is written only by a shell.
     expect(false, error.what(), written);
   }
   for (const Step& step : recipe) expect(step.operation != nullptr, "a step has an operation", written);

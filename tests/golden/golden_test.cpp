@@ -16,9 +16,10 @@ TEST(Golden, everyOperationGivesTheBytesOnRecord) {
   std::string expectedLine, actualLine;
   int line = 0;
   while (std::getline(actual, actualLine)) {
+    ++line;
     if (!std::getline(record, expectedLine)) expectedLine = "nothing on record";
     if (!expectedLine.empty() && expectedLine.back() == '\r') expectedLine.pop_back();
-    EXPECT_EQ(actualLine, expectedLine) << "line " << ++line;
+    EXPECT_EQ(actualLine, expectedLine) << "line " << line;
   }
   EXPECT_FALSE(std::getline(record, expectedLine)) << "on record, but no operation: " << expectedLine;
 }

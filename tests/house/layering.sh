@@ -5,7 +5,7 @@ cd "$(dirname "$0")/../.."
 
 # A file includes its own folder and those of a lower rank.
 check_directions() {
-  grep -rnE '^#include [<"](rasterkit|catalogue|tools|tests|bench|bindings|web)/' rasterkit catalogue tools --include='*.h' --include='*.cpp' 2>/dev/null |
+  grep -rnE '^#include [<"](rasterkit|catalogue|tools|tests|bench)/' rasterkit catalogue tools --include='*.h' --include='*.cpp' 2>/dev/null |
     awk -F: '
       function folder(path,   parts) {
         split(path, parts, "/")
@@ -15,7 +15,7 @@ check_directions() {
         rank["resources"] = -1; rank["platform"] = 0; rank["core"] = 1; rank["colour"] = 2; rank["geometry"] = 3
         rank["point"] = rank["neighbourhood"] = rank["analysis"] = 4
         rank["rasterkit"] = 5  # rasterkit.h, and version.h, which includes nothing
-        rank["catalogue"] = 6; rank["tools"] = rank["bindings"] = rank["web"] = 7; rank["tests"] = rank["bench"] = 8
+        rank["catalogue"] = 6; rank["tools"] = 7; rank["tests"] = rank["bench"] = 8
       }
       {
         target = $3

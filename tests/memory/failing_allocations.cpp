@@ -17,7 +17,7 @@ namespace {
 // Plain numbers: they must be usable before any constructor has run.
 long made = 0;
 long live = 0;
-long held = 0;  // bytes, by operator new
+long held = 0;  // bytes
 long mostHeld = 0;
 constexpr long kNever = std::numeric_limits<long>::max();
 long failing = kNever;  // the number of the allocation that fails
@@ -30,11 +30,6 @@ bool runsOut() {
   return hasFailed = true;
 }
 
-void* counted(void* block) {
-  if (block) ++live;
-  return block;
-}
-
 long sizeOf([[maybe_unused]] void* block) {
 #if defined(__GLIBC__)
   return static_cast<long>(malloc_usable_size(block));
@@ -43,10 +38,12 @@ long sizeOf([[maybe_unused]] void* block) {
 #endif
 }
 
+// Counted, too.
 void* weighed(void* block) {
+  if (block) ++live;
   held += sizeOf(block);
   mostHeld = std::max(mostHeld, held);
-  return counted(block);
+  return block;
 }
 
 // Null where memory has run out.
@@ -110,10 +107,16 @@ void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { fr
 #if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)
 namespace {
 
-// The blocks of pixels that are there, for free to know them by.
-constexpr std::size_t kMostBlocks = 4096;
-void* pixelBlocks[kMostBlocks];
+// The blocks that are there of these two, for free to know them by.
+constexpr std::size_t kMostBlocks = 65536;
+void* blocks[kMostBlocks];
 std::size_t blockCount = 0;
+
+void* noted(void* block) {
+  if (!block) return nullptr;
+  if (blockCount == kMostBlocks) std::abort();
+  return blocks[blockCount++] = weighed(block);
+}
 
 }  // namespace
 
@@ -123,20 +126,20 @@ void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 
-void* calloc(std::size_t count, std::size_t size) { return runsOut() ? nullptr : __libc_calloc(count, size); }
+void* calloc(std::size_t count, std::size_t size) { return runsOut() ? nullptr : noted(__libc_calloc(count, size)); }
 
 int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
-  if (blockCount == kMostBlocks) std::abort();
-  void* const made = runsOut() ? nullptr : counted(__libc_memalign(alignment, size));
+  void* const made = runsOut() ? nullptr : noted(__libc_memalign(alignment, size));
   if (!made) return ENOMEM;
-  *block = pixelBlocks[blockCount++] = made;
+  *block = made;
   return 0;
 }
 
 void free(void* block) {
   for (std::size_t i = blockCount; block && i-- > 0;) {
-    if (pixelBlocks[i] != block) continue;
-    pixelBlocks[i] = pixelBlocks[--blockCount];
+    if (blocks[i] != block) continue;
+    blocks[i] = blocks[--blockCount];
+    held -= sizeOf(block);
     --live;
     break;
   }

@@ -21,8 +21,8 @@ class FailingAllocations {
 long liveBlocks();
 /// Allocations since the program began.
 long allocations();
-/// Bytes that operator new has given and that are not yet freed: now, and the most since forgetMostHeld. 0 where the C
-/// library does not tell.
+/// Bytes that are allocated and not yet freed: now, and the most since forgetMostHeld. 0 where the C library does not
+/// tell; under the address sanitizer those of operator new alone.
 long heldBytes();
 long mostHeldBytes();
 void forgetMostHeld();
@@ -35,7 +35,7 @@ long allocationsOf(const Action& action) {
   return allocations() - before;
 }
 
-/// How many bytes of operator new the action holds at once.
+/// How many bytes the action holds at once.
 template <class Action>
 long bytesFor(const Action& action) {
   forgetMostHeld();

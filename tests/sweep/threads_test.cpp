@@ -28,12 +28,12 @@ std::vector<Outcome> pass(std::uint64_t seed) {
 }
 
 TEST(Threads, distinctImagesInDistinctThreadsGiveTheSameResults) {
-  const std::vector<Outcome> expected = pass(5);
   std::vector<std::vector<Outcome>> results(4);
   {
     std::vector<std::jthread> threads;
     for (auto& result : results) threads.emplace_back([&result] { result = pass(5); });
   }
+  const std::vector<Outcome> expected = pass(5);  // last: what is made with its first use is made by several threads
   for (const auto& result : results) {
     ASSERT_EQ(result.size(), expected.size());
     for (std::size_t i = 0; i < result.size(); ++i) {
