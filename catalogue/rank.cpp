@@ -89,7 +89,7 @@ std::vector<Operation> rankOperations() {
           .run = [](Call& c) { return c.on<CPxFilter>().RemoveRandomNoise(c.dst(), c.integer("threshold")); },
           .reach = Reach::of(1),
           .formula = "dst = |8 src - sum of the eight neighbours| > threshold ? median of 3 x 3 samples : src; "
-                     "the outermost pixels stay",
+                     "of floats the total is truncated after each difference; the outermost pixels stay",
           .example = "denoise threshold=200",
       },
   };

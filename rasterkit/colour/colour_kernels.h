@@ -9,7 +9,7 @@
 namespace rasterkit {
 
 // From pixels of `in` samples to pixels of `out` samples: the first `used` samples of each; the others of out stay.
-// Where in and out are not both `used`, that is 3 (in and out are 3 or 4) or 1; for tables any.
+// Where in or out is not `used`, used is 1, or 3 of pixels of 3 or 4 samples; lookUp takes any.
 struct Steps {
   int in;
   int out;

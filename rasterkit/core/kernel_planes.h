@@ -1,6 +1,6 @@
 #pragma once
 // Interleaved pixels as planes and back, for row kernels that must tell channels apart: they work on blocks of pixels
-// whose planes stay on the stack. Like kernel_numbers.h it has internal linkage throughout and includes nothing else.
+// whose planes stay on the stack. Like kernel_numbers.h it has internal linkage throughout.
 
 #include <stddef.h>
 #include <stdint.h>

@@ -373,12 +373,14 @@ TEST(Convolve, wideRowsAreReadWhereTheyAre) {
 // Rows longer than the blocks that are summed at once -----------------------------------------------------------------
 
 // The operation of the catalogue against its slow twin, at every processor level.
-void equalsItsTwin(const char* name, CPxImage source, const catalogue::Kernel& kernel, double divisor, double offset) {
+void equalsItsTwin(const char* name, CPxImage source, const catalogue::Kernel& kernel, double divisor, double offset,
+                   CPxImage* mask = nullptr) {
   const catalogue::Operation& operation = *catalogue::find(name);
   CPxImage expected, dst;
   const auto call = [&](CPxImage& out) {
     catalogue::Call made(operation, source, out);
     made.set("kernel", kernel);
+    made.mask = mask;
     if (operation.find("divisor")->kind == catalogue::Kind::integer) {
       made.set("divisor", static_cast<int>(divisor));
       made.set("offset", static_cast<int>(offset));
@@ -440,6 +442,20 @@ TEST(Convolve, longRowsAndManyTaps) {
     for (const CPxImage& image : wideImages(random)) {
       equalsItsTwin("convolve", image, kernel, random.between(1, most), random.between(-9, 9));
       equalsItsTwin("convolve-abs", image, kernel, -1 - most / 3, 5);
+    }
+  }
+}
+
+TEST(Convolve, longRowsWithAMask) {
+  test::Random random(18);
+  for (const int bits : {8, 16}) {
+    for (const auto& [model, width] : {std::pair{CM_GRAY, 4801}, {CM_RGB, 1700}}) {
+      const CPxImage image = randomImage(random, {model, bits}, width, 5);
+      CPxImage mask = randomMask(random, width, 5);
+      equalsItsTwin("convolve", image, {3, 3, {1, 2, 1, 2, 4, 2, 1, 2, 1}}, 16, 0, &mask);
+      equalsItsTwin("convolve", image, {5, 2, {9, -70, 300, 4, 5, 66, -7, 8, 9, 1}}, 300, 3, &mask);
+      equalsItsTwin("convolve-real", image, {3, 2, {0.1, 0.2, 0.3, 0.15, 0.05, 0.2}}, 1, 0, &mask);
+      equalsItsTwin("convolve-abs-real", image, {3, 1, {-1.5, 0.25, 1}}, 1, 0, &mask);
     }
   }
 }

@@ -142,5 +142,18 @@ TEST(EdgeDetection, whatIsNotOfferedTouchesNothing) {
   EXPECT_TRUE(identical(dst, before));
 }
 
+TEST(Edges, aMaskThatDoesNotFitRefuses) {
+  CPxImage image = gray8(kStep), mask = gray8({{1, 1}}), dst;
+  Edges edges(&image);
+  edges.SetAOIImage(&mask);
+  EXPECT_EQ(edges.Prewitt(dst, Edges::PREWITT_VERTICAL), 0);
+  EXPECT_TRUE(identical(dst, image));
+  dst.Remove();
+  EXPECT_EQ(edges.Sobel3(dst, Edges::SOBEL_VERTICAL), 0);
+  EXPECT_TRUE(identical(dst, image));
+  EXPECT_EQ(edges.Laplacian3(dst), 1);  // does not look at it
+  EXPECT_PICTURE(dst, laplacian(image));
+}
+
 }  // namespace
 }  // namespace rasterkit

@@ -51,8 +51,9 @@ class RASTERKIT_API CPxFilter : public CPxConvolution {
   /// the total is truncated to a 32-bit integer after each of them; the magnitude of the least one, to which NaN and
   /// what no integer holds truncate, counts as 2147483648. So a NaN is always replaced.
   ///
-  /// threshold  0 replaces every sample that is not the mean of its neighbours, a negative one every sample. The
-  ///            outermost rows and columns keep the source's samples. The mask is not looked at.
+  /// threshold  0 replaces every sample that is not the mean of its neighbours (of floats: whose total is not 0), a
+  ///            negative one every sample. The outermost rows and columns keep the source's samples. The mask is not
+  ///            looked at.
   /// cost       as Median.
   int RemoveRandomNoise(CPxImage& dst, int threshold);
 

@@ -112,5 +112,15 @@ TEST(Filter, isAConvolutionAndFills) {
   EXPECT_EQ(CPxFilter().SetFill(0.5F, CRect(0, 0, 1, 1)), 0);
 }
 
+TEST(Filter, aMaskThatDoesNotFitRefusesToBlur) {
+  CPxImage image = gray8({{10, 20, 90}, {40, 50, 60}, {70, 80, 30}}), mask = gray8({{1, 1}}), dst;
+  CPxFilter filter(&image);
+  filter.SetAOIImage(&mask);
+  EXPECT_EQ(filter.Blur(dst), 0);
+  EXPECT_TRUE(identical(dst, image));
+  EXPECT_EQ(filter.Sharpen(dst), 1);  // does not look at it
+  EXPECT_PICTURE(dst, sharpened(image));
+}
+
 }  // namespace
 }  // namespace rasterkit
