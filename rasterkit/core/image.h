@@ -51,8 +51,9 @@ class RASTERKIT_API CPxPalette {
 /// bits      of a sample: at most 8 are unsigned 8-bit samples, 9 to 16 unsigned 16-bit, 17 to 32 float. Images of more
 ///           bits can be created (4 bytes a sample), but operations refuse them.
 /// members   public, and always those of the pixel block. Code that changes one makes the image describe other pixels;
-///           operations treat an image whose members reach beyond its block, or that has more than 4 channels or another
-///           array for channelBits, as not created, and refuse one whose rows have no room for its pixels.
+///           operations treat an image whose members reach beyond its block, or that has more than 4 channels, bits
+///           below 0 or another array for channelBits, as not created, and refuse one whose rows have no room for its
+///           pixels.
 /// memory    an image that no memory can be had for throws std::bad_alloc and is empty afterwards.
 class RASTERKIT_API CPxImage {
  public:

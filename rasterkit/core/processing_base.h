@@ -39,8 +39,7 @@ class RASTERKIT_API CPxImageProcessingBase {
   ///     out[x, y] = image[x, y, plane]
   ///
   /// plane    0 to channels - 1; the channel count itself, or a negative plane, gives an image of zeros.
-  /// out      is created with the image's size and bits (empty where a caller made these negative); may be the image
-  ///          itself.
+  /// out      is created with the image's size and bits; may be the image itself.
   /// returns  1, beyond 32 bits a sample too (zeros); 0 for one channel, or a plane above the channel count (out
   ///          untouched).
   /// cost     one pass.

@@ -144,6 +144,7 @@ int CPxDIBConvert::ConvertFrom(const void* bytesOfBlock, std::size_t bytes) try 
   const int bits = std::min(block->bits, 8);
   CPxImage made;
   CPxImage& target = Storage::keepsBlock(*image, model, bits, block->width, block->height) ? *image : made;
+  const CPxPalette kept = std::move(target.palette);  // the block may lie in it
   Storage::create(target, model, bits, block->width, block->height, 0,
                   block->compressed() ? Storage::Samples::zero : Storage::Samples::any);
 

@@ -484,5 +484,18 @@ TEST(BitmapPalette, staysWhereThereIsNone) {
   EXPECT_EQ(bitmapPalette(nullptr, 99, palette), 0);
 }
 
+TEST(BitmapImport, aBlockMayLieInTheImagesOwnPaletteOrPixels) {
+  const Bytes block = BitmapMaker{.data = {1, 2, 3, 0}}.block();
+  CPxImage image(CM_RGB, 8, 1, 1, static_cast<int>(block.size() / sizeof(tagRGBA)));
+  std::memcpy(image.palette.GetPalette(), block.data(), block.size());
+  EXPECT_EQ(CPxDIBConvert(&image).ConvertFrom(image.palette.GetPalette(), block.size()), 1);
+  EXPECT_PICTURE(image, rgb8({{1, 2, 3}}));
+
+  image.Create(CM_GRAY, 8, static_cast<int>(block.size()), 1);
+  std::memcpy(image.GetBuffer(), block.data(), block.size());
+  EXPECT_EQ(CPxDIBConvert(&image).ConvertFrom(image.GetBuffer(), block.size()), 1);
+  EXPECT_PICTURE(image, rgb8({{1, 2, 3}}));
+}
+
 }  // namespace
 }  // namespace rasterkit::test

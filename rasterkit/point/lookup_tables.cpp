@@ -3,8 +3,6 @@
 #include "rasterkit/core/count.h"
 #include "rasterkit/core/operands.h"
 
-#include <algorithm>
-
 namespace rasterkit {
 namespace {
 
@@ -48,7 +46,7 @@ int CPxPointProcessing::CalLookupTable() {
   int channels = 0;
   if (!image || !Storage::holdsItsPixels(*image) || !accepts(*image, {1, 4}, channels) || image->bitsPerSample > 16)
     return 0;
-  const auto values = std::size_t{1} << std::max(image->bitsPerSample, 0);
+  const auto values = std::size_t{1} << image->bitsPerSample;
   std::vector<std::vector<unsigned int>> counters(static_cast<std::size_t>(channels),
                                                   std::vector<unsigned int>(values));
   byWholeSampleType(image->bitsPerSample, [&]<class S>() {
