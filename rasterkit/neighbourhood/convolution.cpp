@@ -67,7 +67,7 @@ class WideWindow {
  public:
   // Whether so wide an image gains by it.
   static bool suits(View<const S> in, View<S> out, const Area& area) {
-    return in.first != out.first && area.around.left > 0 && in.samples() >= 4096 &&
+    return in.height > 0 && in.first != out.first && area.around.left > 0 && in.samples() >= 4096 &&
            std::max(area.around.left, area.around.right) <= kEnd;
   }
 
