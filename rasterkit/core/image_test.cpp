@@ -314,6 +314,9 @@ TEST(Palette, itemsOutsideAreNullAndNewOnesAreZero) {
     const tagRGBA item = *palette.GetPaletteItem(i);
     EXPECT_EQ(item.blue + item.green + item.red + item.reserved, 0);
   }
+  static_assert(sizeof(tagPXG2) == 2 && sizeof(tagPXG3) == 3 && sizeof(tagPXG4) == 4);
+  static_assert(sizeof(tagPXGW2) == 4 && sizeof(tagPXGW3) == 6 && sizeof(tagPXGW4) == 8);
+  static_assert(sizeof(tagPXGF2) == 8 && sizeof(tagPXGF3) == 12 && sizeof(tagPXGF4) == 16);
   static_assert(sizeof(tagRGBA) == 4 && offsetof(tagRGBA, blue) == 0 && offsetof(tagRGBA, green) == 1 &&
                 offsetof(tagRGBA, red) == 2 && offsetof(tagRGBA, reserved) == 3);
 }

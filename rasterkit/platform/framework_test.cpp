@@ -83,6 +83,7 @@ TEST(FrameworkArchive, shortFilesAndNegativeCountsThrow) {
     CArray<DWORD> numbers;
     CArchive in(file.c_str(), false);
     EXPECT_THROW(numbers.Serialize(in), CFileException);
+    EXPECT_EQ(numbers.GetSize(), content[0] == 2 ? 1 : 0);  // what could be read
   }
   EXPECT_THROW(CArchive((file + "/nowhere").c_str(), true), CFileException);
   EXPECT_THROW(CArchive((file + ".missing").c_str(), false), CFileException);
@@ -113,6 +114,17 @@ TEST(FrameworkTextFile, writesCarriageReturnAndLineFeed) {
   EXPECT_EQ(line, "two");
   EXPECT_FALSE(in.ReadString(line));
   EXPECT_THROW(CStdioFile((file + "/nowhere").c_str(), CStdioFile::modeCreate), CFileException);
+}
+
+TEST(FrameworkFile, whatCannotBeWrittenThrowsAtTheLatestWhenItIsClosed) {
+  const char* const full = "/dev/full";
+  if (!std::ifstream(full)) GTEST_SKIP() << "no device here refuses to be written to";
+  CArchive archive(full, true);
+  archive << std::int32_t{1};
+  EXPECT_THROW(archive.Close(), CFileException);
+  CStdioFile text(full, CStdioFile::modeReadWrite | CStdioFile::typeText);
+  text.WriteString("one\n");
+  EXPECT_THROW(text.Close(), CFileException);
 }
 
 TEST(FrameworkString, convertsToCharacters) {

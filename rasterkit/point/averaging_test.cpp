@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <type_traits>
+#include <utility>
 
 #include "tests/support/picture.h"
 
@@ -21,6 +23,9 @@ CPxImage averaged(std::vector<CPxImage> images, int flag = 1) {
   EXPECT_EQ(CPxAveraging(&array).AveragingAverage(dst), flag);
   return dst;
 }
+
+static_assert(std::is_constructible_v<CPxAveraging, CPxImageArray*> &&
+              !std::is_constructible_v<CPxAveraging, CPxImage*>);
 
 TEST(Averaging, truncatesTheMean) {
   EXPECT_PICTURE(averaged({gray8({{1, 9}, {9, 9}}), gray8({{2, 9}, {9, 9}})}), gray8({{1, 0}, {0, 0}}));

@@ -2,6 +2,7 @@
 # No wide instruction leaks: kernel objects export their table and nothing else, above all no weak symbol, which the linker
 # might keep for the whole program. Usage: kernels.sh BUILD_FOLDER
 set -u
+command -v nm >/dev/null || { echo "nm is missing"; exit 1; }
 mapfile -t objects < <(find "$1"/CMakeFiles/rasterkit_kernels_*.dir -name '*.o' -o -name '*.obj')
 ((${#objects[@]})) || { echo "no kernel objects in $1"; exit 1; }
 

@@ -135,7 +135,7 @@ Outcome outcome(const Operation& operation, const Draw& draw, const std::functio
   for (const auto& [name, value] : draw.arguments) call.set(name, value);
   for (auto& [name, image] : result.images)
     call.set(name, alias == Alias::imageIsSource ? &result.source : alias == Alias::imageIsDst ? &dst : &image);
-  if (draw.masked) call.mask = &result.mask;
+  if (draw.masked) call.mask = alias == Alias::maskIsSource ? &result.source : &result.mask;
   if (operation.readsSeries) {
     call.series.push_back(&result.source);
     for (CPxImage& image : result.series) call.series.push_back(&image);

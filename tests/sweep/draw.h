@@ -28,7 +28,7 @@ Draw drawn(test::Random& random, const catalogue::Operation& operation, CPxImage
 std::vector<test::PixelType> typesFor(const catalogue::Operation& operation);
 
 /// Which images of a call are one and the same.
-enum class Alias { none, dstIsSource, dstIsMask, imageIsSource, imageIsDst };
+enum class Alias { none, dstIsSource, dstIsMask, maskIsSource, imageIsSource, imageIsDst };
 
 struct Outcome {
   int flag = 0;

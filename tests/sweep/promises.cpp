@@ -70,6 +70,11 @@ std::string breaksSharing(const Operation& operation, const Draw& draw, const CP
     broken = shared(draw, Alias::dstIsSource, "dst is the source");
   if (broken.empty() && draw.masked && where == Where::intoDestination)
     broken = shared(draw, Alias::dstIsMask, "dst is the area of interest");
+  if (broken.empty() && draw.masked && draw.source.channels == 1 && draw.source.bitsPerSample <= 8) {
+    Draw equal = draw;
+    equal.mask = draw.source;
+    broken = shared(equal, Alias::maskIsSource, "the area of interest is the source");
+  }
   if (broken.empty() && !draw.images.empty()) {
     Draw equal = draw;
     for (auto& [name, image] : equal.images) image = draw.source;
